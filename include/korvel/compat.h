@@ -1,0 +1,66 @@
+// The one layer between korvel and pygame 2 / SDL 2. SDL 1.2 idioms that the
+// drawing code is written in (per-surface alpha, colour keys, display-format
+// conversion) map here onto their SDL 2 replacements; no other file calls
+// those replacements directly, and only compat.cpp includes pygame's headers.
+#pragma once
+#include <Python.h>
+#include <SDL.h>
+
+#include <cstdint>
+
+#include "korvel/pixels/pixel_view.h"
+
+namespace korvel::compat {
+
+// Fills pygame's surface and surflock tables from pygame 2's capsules. A
+// failed import leaves the import error set and the tables empty.
+void import_pygame_api();
+
+// True when o is a pygame Surface (or a subclass) whose SDL surface exists.
+bool is_surface(PyObject* o);
+// The pygame Surface type, or null before pygame was imported.
+PyTypeObject* surface_type();
+
+// guard: TypeError when o is not a live pygame Surface.
+SDL_Surface* surface_of(PyObject* o);
+// guard: as surface_of, plus ValueError unless 32 bits per pixel.
+SDL_Surface* surface32_of(PyObject* o);
+// The pixels of a 32-bit surface, or false with TypeError / ValueError set.
+bool view32_of(PyObject* o, pixels::PixelView* view);
+pixels::PixelView view_of(SDL_Surface* s);
+
+// SDL_SetAlpha(s, SDL_SRCALPHA, alpha): blend mode BLEND, and the per-surface
+// alpha only where the format has no alpha mask, as SDL 1.2 ignored it there.
+int set_alpha(SDL_Surface* s, uint8_t alpha);
+// SDL_DisplayFormatAlpha: an ARGB8888 copy with blend mode BLEND.
+SDL_Surface* display_format_alpha(SDL_Surface* s);
+// SDL_ConvertSurface with SDL 1.2 flags 0 (plain copy in fmt) or with
+// SDL_SRCALPHA (the copy then blends when blitted).
+SDL_Surface* convert_surface(SDL_Surface* s, const SDL_PixelFormat* fmt, bool srcalpha);
+// SDL_CreateRGBSurface(flags, ...) with the per-surface alpha flag carried over.
+SDL_Surface* create_rgb_surface(bool srcalpha, int w, int h, int depth, uint32_t rmask,
+                                uint32_t gmask, uint32_t bmask, uint32_t amask);
+// SDL_SRCCOLORKEY and the format's colour key.
+bool get_colorkey(SDL_Surface* s, uint32_t* key);
+int set_colorkey(SDL_Surface* s, uint32_t key);
+// SDL_UpperBlit.
+int blit(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rect* dstrect);
+
+// Locks a surface for the life of the object, only when SDL_MUSTLOCK says so.
+class SurfaceLock {
+ public:
+  explicit SurfaceLock(SDL_Surface* s);
+  ~SurfaceLock();
+  SurfaceLock(const SurfaceLock&) = delete;
+  SurfaceLock& operator=(const SurfaceLock&) = delete;
+
+ private:
+  SDL_Surface* s_;
+  bool locked_;
+};
+
+}  // namespace korvel::compat
+
+// Wraps an SDL surface in a new pygame Surface that owns it (pygame's surface
+// constructor). Null surface: RuntimeError with SDL's error text.
+PyObject* PySurface_FromSurface(SDL_Surface* surf);

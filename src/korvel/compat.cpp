@@ -1,0 +1,104 @@
+#include "korvel/compat.h"
+
+// pygame.h defines pygame's slot tables: this is the only file that includes it.
+#include "pygame/pygame.h"
+
+namespace korvel::compat {
+
+void import_pygame_api() { import_pygame_surface(); }
+
+PyTypeObject* surface_type() {
+  return _PGSLOTS_surface ? &pgSurface_Type : nullptr;
+}
+
+bool is_surface(PyObject* o) {
+  PyTypeObject* t = surface_type();
+  return t && PyObject_TypeCheck(o, t) && pgSurface_AsSurface(o) != nullptr;
+}
+
+SDL_Surface* surface_of(PyObject* o) {
+  if (!is_surface(o)) {
+    PyErr_Format(PyExc_TypeError, "a pygame Surface is required, not '%.200s'",
+                 Py_TYPE(o)->tp_name);
+    return nullptr;
+  }
+  return pgSurface_AsSurface(o);
+}
+
+SDL_Surface* surface32_of(PyObject* o) {
+  SDL_Surface* s = surface_of(o);
+  if (s && s->format->BytesPerPixel != 4) {
+    PyErr_Format(PyExc_ValueError, "a 32-bit surface is required, not %d-bit",
+                 int(s->format->BitsPerPixel));
+    return nullptr;
+  }
+  return s;
+}
+
+pixels::PixelView view_of(SDL_Surface* s) {
+  return pixels::PixelView{static_cast<uint8_t*>(s->pixels), s->w, s->h, s->pitch};
+}
+
+bool view32_of(PyObject* o, pixels::PixelView* view) {
+  SDL_Surface* s = surface32_of(o);
+  if (!s) return false;
+  *view = view_of(s);
+  return true;
+}
+
+int set_alpha(SDL_Surface* s, uint8_t alpha) {
+  int rc = SDL_SetSurfaceBlendMode(s, SDL_BLENDMODE_BLEND);
+  if (rc == 0 && s->format->Amask == 0) rc = SDL_SetSurfaceAlphaMod(s, alpha);
+  return rc;
+}
+
+SDL_Surface* display_format_alpha(SDL_Surface* s) {
+  SDL_Surface* r = SDL_ConvertSurfaceFormat(s, SDL_PIXELFORMAT_ARGB8888, 0);
+  if (r) SDL_SetSurfaceBlendMode(r, SDL_BLENDMODE_BLEND);
+  return r;
+}
+
+SDL_Surface* convert_surface(SDL_Surface* s, const SDL_PixelFormat* fmt, bool srcalpha) {
+  SDL_Surface* r = SDL_ConvertSurface(s, fmt, 0);
+  if (r) SDL_SetSurfaceBlendMode(r, srcalpha ? SDL_BLENDMODE_BLEND : SDL_BLENDMODE_NONE);
+  return r;
+}
+
+SDL_Surface* create_rgb_surface(bool srcalpha, int w, int h, int depth, uint32_t rmask,
+                                uint32_t gmask, uint32_t bmask, uint32_t amask) {
+  SDL_Surface* r = SDL_CreateRGBSurface(0, w, h, depth, rmask, gmask, bmask, amask);
+  if (r) SDL_SetSurfaceBlendMode(r, srcalpha ? SDL_BLENDMODE_BLEND : SDL_BLENDMODE_NONE);
+  return r;
+}
+
+bool get_colorkey(SDL_Surface* s, uint32_t* key) {
+  return SDL_HasColorKey(s) && SDL_GetColorKey(s, key) == 0;
+}
+
+int set_colorkey(SDL_Surface* s, uint32_t key) { return SDL_SetColorKey(s, SDL_TRUE, key); }
+
+int blit(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rect* dstrect) {
+  return SDL_BlitSurface(src, srcrect, dst, dstrect);
+}
+
+SurfaceLock::SurfaceLock(SDL_Surface* s) : s_(s), locked_(false) {
+  if (SDL_MUSTLOCK(s_)) locked_ = SDL_LockSurface(s_) == 0;
+}
+
+SurfaceLock::~SurfaceLock() {
+  if (locked_) SDL_UnlockSurface(s_);
+}
+
+}  // namespace korvel::compat
+
+PyObject* PySurface_FromSurface(SDL_Surface* surf) {
+  if (!surf) {
+    PyErr_Format(PyExc_RuntimeError, "SDL could not make the surface: %s", SDL_GetError());
+    return nullptr;
+  }
+  if (!_PGSLOTS_surface) {
+    PyErr_SetString(PyExc_RuntimeError, "pygame's surface interface is not available");
+    return nullptr;
+  }
+  return reinterpret_cast<PyObject*>(pgSurface_New2(surf, 1));
+}

@@ -1,0 +1,11 @@
+#include <Python.h>
+
+#include <cstdio>
+
+#include "korvel/methods.h"
+
+PyObject* breakable(PyObject*, PyObject*) {
+  puts("breakable");
+  fflush(stdout);
+  Py_RETURN_NONE;
+}

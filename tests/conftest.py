@@ -1,0 +1,33 @@
+import os
+
+os.environ.setdefault("SDL_VIDEODRIVER", "dummy")
+os.environ.setdefault("PYGAME_HIDE_SUPPORT_PROMPT", "1")
+
+import pygame  # noqa: E402
+import pytest  # noqa: E402
+
+import standins  # noqa: E402
+
+standins.modules()  # registered before korvel binds them by name
+import korvel  # noqa: E402
+
+SCREEN_SIZE = (64, 48)
+
+
+@pytest.fixture
+def runtime():
+    """A fresh stand-in runtime, registered with korvel."""
+    tam6, tamapi = standins.reset()
+    korvel.RegisterInstancesDict({}, standins.ObjectInstanceBase,
+                                 standins.ObjectInstanceZero, standins.ParticleSystem)
+    return tam6, tamapi
+
+
+@pytest.fixture
+def screen():
+    """The dummy display's screen, stored in korvel, cleared to black."""
+    pygame.display.init()
+    surface = pygame.display.set_mode(SCREEN_SIZE, 0, 32)
+    surface.fill((0, 0, 0))
+    korvel.set_SDL_screen(surface)
+    return surface

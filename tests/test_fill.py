@@ -1,0 +1,84 @@
+import numpy as np
+import pygame
+import pytest
+
+import korvel
+from pixelmodel import fill_mix, raw_words
+
+
+def make_surface(w, h, flags, seed):
+    s = pygame.Surface((w, h), flags, 32)
+    rng = np.random.default_rng(seed)
+    buf = s.get_buffer()
+    buf.write(rng.integers(0, 2**32, size=s.get_pitch() * h // 4, dtype=np.uint32).tobytes())
+    del buf
+    return s
+
+
+def expected_fill(before, w, h, x1, y1, x2, y2, color, alpha):
+    """The contract's covered area: columns [x1, min(x2, w-1)), rows [y1, min(y2, h-1)]."""
+    want = before.copy()
+    xe, ye = min(x2, w - 1), min(y2, h - 1)
+    x1, y1 = max(x1, 0), max(y1, 0)
+    if x1 < xe and y1 <= ye:
+        want[y1:ye + 1, x1:xe] = fill_mix(before[y1:ye + 1, x1:xe], color, alpha)
+    return want
+
+
+RECTS = [
+    (0, 0, 10, 10),      # eleven rows, ten columns
+    (3, 2, 200, 200),    # clamped: last column w - 2, last row h - 1
+    (5, 5, 5, 9),        # x1 == x2: nothing
+    (9, 5, 2, 9),        # x1 > x2: nothing
+    (1, 9, 8, 3),        # y1 > y2: nothing
+    (-4, -6, 6, 4),      # partly outside, clipped
+    (-50, -50, -10, -10),  # wholly outside
+    (30, 40, 90, 90),    # beyond the surface
+]
+
+
+@pytest.mark.parametrize("flags", [0, pygame.SRCALPHA], ids=["XRGB", "ARGB"])
+@pytest.mark.parametrize("size", [(33, 21), (16, 12), (1, 1), (2, 2)])
+@pytest.mark.parametrize("rect", RECTS)
+@pytest.mark.parametrize("color,alpha", [(0x00C08040, 128), (0xFFFFFFFF & 0x7FFFFFFF, 255),
+                                         (0x123456, 0), (0x00FF00FF, 256 + 77)])
+def test_fill_matches_model(flags, size, rect, color, alpha):
+    w, h = size
+    s = make_surface(w, h, flags, seed=w * 100 + h)
+    before = raw_words(s)
+    korvel.fill_translucent(s, *rect, color, alpha)
+    want = expected_fill(before[:, :w], w, h, *rect, color, alpha)
+    after = raw_words(s)
+    np.testing.assert_array_equal(after[:, :w], want)
+    np.testing.assert_array_equal(after[:, w:], before[:, w:])  # row padding untouched
+
+
+def test_fill_touched_pixels_lose_their_top_byte():
+    s = pygame.Surface((8, 8), pygame.SRCALPHA, 32)
+    s.fill((10, 20, 30, 255))
+    korvel.fill_translucent(s, 0, 0, 4, 4, 0, 0)
+    assert s.get_at((0, 0)).a == 0
+    assert s.get_at((7, 7)).a == 255
+
+
+@pytest.mark.parametrize("args,error", [
+    ((None, 0, 0, 1, 1, 0, 0), TypeError),
+    (("surface", 0, 0, 1, 1, 0, 0), TypeError),
+    ((pygame.Rect(0, 0, 1, 1), 0, 0, 1, 1, 0, 0), TypeError),
+    ((0, 0, 1, 1, 0, 0), TypeError),
+    ((pygame.Surface((4, 4)), 0, 0, "1", 1, 0, 0), TypeError),
+    ((pygame.Surface((4, 4)), 0, 0, 1, 1, 2**40, 0), OverflowError),
+])
+def test_fill_bad_arguments_raise(args, error):
+    with pytest.raises(error):
+        korvel.fill_translucent(*args)
+
+
+@pytest.mark.parametrize("depth", [8, 16, 24])
+def test_fill_refuses_non_32_bit_surfaces_and_changes_nothing(depth):
+    s = pygame.Surface((8, 8), 0, depth)
+    s.fill((200, 100, 50))
+    before = pygame.image.tostring(s, "RGB")
+    with pytest.raises(ValueError):
+        korvel.fill_translucent(s, 0, 0, 8, 8, 0, 128)
+    assert pygame.image.tostring(s, "RGB") == before
