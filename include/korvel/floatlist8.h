@@ -8,3 +8,7 @@ struct Floatlist8 {
 };
 
 extern PyTypeObject Floatlist8_Type;
+
+// Three-way comparison by float value (a list counts as its element 0):
+// -1, 0 or 1, or -1 with an exception set. NaN compares equal to anything.
+int Floatlist8_compare(PyObject* a, PyObject* b);

@@ -18,3 +18,9 @@ extern PyTypeObject TamVar_Type;
 // Wherever a plain value is wanted: element 0 of an object whose type is
 // exactly TamVar, otherwise the object itself. Borrowed, never null.
 PyObject* TamVar_unwrap(PyObject* o);
+
+// The type's constructor slot; the module entry installs it before readying.
+PyObject* TamVar_new(PyTypeObject* type, PyObject* args, PyObject* kwds);
+// Three-way comparison of two script values by their element 0: -1, 0 or 1,
+// or -1 with an exception set.
+int TamVar_compare(PyObject* a, PyObject* b);

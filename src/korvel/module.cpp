@@ -9,10 +9,12 @@
 #include <cstdlib>
 
 #include "korvel/compat.h"
+#include "korvel/floatlist8.h"
 #include "korvel/globals.h"
 #include "korvel/methods.h"
 #include "korvel/module.h"
 #include "korvel/pixels/kernels.h"
+#include "korvel/tamvar.h"
 
 // The stored screen: held for the life of the process once set.
 PyObject* g_screen_pyobj = nullptr;
@@ -72,6 +74,8 @@ struct PublishedType {
 
 // Readied and published in this order; the first failure stops the chain.
 const PublishedType kPublishedTypes[] = {
+    {&TamVar_Type, "TamVar", nullptr, [] { TamVar_Type.tp_new = TamVar_new; }},
+    {&Floatlist8_Type, "Floatlist8", "Floatlist8_Type not ready.\n", nullptr},
     {nullptr, nullptr, nullptr, nullptr}};
 
 void publish_types(PyObject* m) {
