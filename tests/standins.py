@@ -11,15 +11,20 @@ import pygame
 
 
 class Recorder:
-    """A runtime callable that records its calls and returns a fixed value."""
+    """A runtime callable that records its calls, runs an optional action on
+    the arguments (as the runtime's loaders fill the resource they are given)
+    and returns a fixed value."""
 
-    def __init__(self, name, result=None):
+    def __init__(self, name, result=None, action=None):
         self.name = name
         self.result = result
+        self.action = action
         self.calls = []
 
     def __call__(self, *args):
         self.calls.append(args)
+        if self.action:
+            self.action(*args)
         if isinstance(self.result, BaseException):
             raise self.result
         return self.result

@@ -327,15 +327,19 @@ def test_first_instance_of_a_record_without_attributes_raises():
 
 def test_helpers_that_need_the_screen_raise_before_it_is_stored():
     code = (
+        "import os; os.environ['SDL_VIDEODRIVER'] = 'dummy'\n"
         "import standins; standins.modules()\n"
-        "import nativeapi as na\n"
+        "import pygame, korvel, nativeapi as na\n"
         "print(hex(na.color_as_int((1, 2))))\n"
-        "try:\n"
-        "    na.color_as_int((1, 2, 3))\n"
-        "except RuntimeError as e:\n"
-        "    print('RuntimeError', e)\n"
+        "for f, arg in [(na.color_as_int, (1, 2, 3)),\n"
+        "               (korvel.TamSprite_from_surface, pygame.Surface((2, 2)))]:\n"
+        "    try:\n"
+        "        f(arg)\n"
+        "    except RuntimeError as e:\n"
+        "        print('RuntimeError', e)\n"
     )
     env = dict(os.environ, PYTHONPATH=os.pathsep.join(sys.path))
     out = subprocess.run([sys.executable, "-c", code], env=env, capture_output=True,
                          text=True, cwd=os.path.dirname(__file__), check=True).stdout
-    assert out.startswith("0xffffff00\nRuntimeError the screen is not stored")
+    stored = "RuntimeError the screen is not stored (call set_SDL_screen)\n"
+    assert out.endswith("0xffffff00\n" + stored * 2)

@@ -9,3 +9,4 @@ PyObject* fill_translucent(PyObject* self, PyObject* args);
 PyObject* init_subsystems(PyObject* self, PyObject* args);
 PyObject* set_SDL_screen(PyObject* self, PyObject* args);
 PyObject* RegisterInstancesDict(PyObject* self, PyObject* args);
+PyObject* TamSprite_from_surface(PyObject* self, PyObject* args);

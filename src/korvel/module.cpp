@@ -8,12 +8,14 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "korvel/background.h"
 #include "korvel/compat.h"
 #include "korvel/floatlist8.h"
 #include "korvel/globals.h"
 #include "korvel/methods.h"
 #include "korvel/module.h"
 #include "korvel/pixels/kernels.h"
+#include "korvel/sprite.h"
 #include "korvel/tamvar.h"
 
 // The stored screen: held for the life of the process once set.
@@ -60,6 +62,8 @@ PyMethodDef KorvelDefs[] = {
     {"set_SDL_screen", set_SDL_screen, METH_VARARGS, "Store the SDL screen in a C variable."},
     {"RegisterInstancesDict", RegisterInstancesDict, METH_VARARGS,
      "Store data for InstanceList."},
+    {"TamSprite_from_surface", TamSprite_from_surface, METH_VARARGS,
+     "Create a new TamSprite from a Pygame surface."},
     {nullptr, nullptr, 0, nullptr}};
 
 PyModuleDef korvel_module = {PyModuleDef_HEAD_INIT, "korvel", nullptr, -1, KorvelDefs,
@@ -75,6 +79,8 @@ struct PublishedType {
 // Readied and published in this order; the first failure stops the chain.
 const PublishedType kPublishedTypes[] = {
     {&TamVar_Type, "TamVar", nullptr, [] { TamVar_Type.tp_new = TamVar_new; }},
+    {&TamSprite_Type, "TamSprite", "TamSprite_Type not ready.\n", nullptr},
+    {&BackgroundData_Type, "BackgroundData", "BackgroundData_Type not ready.\n", nullptr},
     {&Floatlist8_Type, "Floatlist8", "Floatlist8_Type not ready.\n", nullptr},
     {nullptr, nullptr, nullptr, nullptr}};
 

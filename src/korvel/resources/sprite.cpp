@@ -1,0 +1,189 @@
+// TamSprite: one sprite resource, its frames and its cache of transformed frames.
+#include "korvel/sprite.h"
+
+#include <SDL.h>
+#include <structmember.h>
+
+#include <cstddef>
+#include <iterator>
+
+#include "korvel/common.h"
+#include "korvel/compat.h"
+#include "korvel/globals.h"
+#include "korvel/methods.h"
+#include "korvel/ref.h"
+#include "korvel/resources/restore.h"
+
+using korvel::Ref;
+
+namespace {
+
+TamSprite* sprite(PyObject* o) { return reinterpret_cast<TamSprite*>(o); }
+
+PyObject* TamSprite_new(PyTypeObject* type, PyObject*, PyObject*) {
+  Ref self = Ref::steal(type->tp_alloc(type, 0));  // zeroed: every field safe for dealloc
+  if (!self) return nullptr;
+  TamSprite* s = sprite(self.get());
+  s->name = Py_NewRef(Py_None);
+  s->subimages = PyList_New(0);
+  s->scalecache = PyDict_New();
+  if (!s->subimages || !s->scalecache) return nullptr;
+  return self.release();
+}
+
+int TamSprite_traverse(PyObject* o, visitproc visit, void* arg) {
+  Py_VISIT(sprite(o)->name);
+  Py_VISIT(sprite(o)->subimages);
+  Py_VISIT(sprite(o)->scalecache);
+  return 0;
+}
+
+int TamSprite_clear(PyObject* o) {
+  Py_CLEAR(sprite(o)->name);
+  Py_CLEAR(sprite(o)->subimages);
+  Py_CLEAR(sprite(o)->scalecache);
+  return 0;
+}
+
+void TamSprite_dealloc(PyObject* o) {
+  PyObject_GC_UnTrack(o);
+  TamSprite_clear(o);
+  Py_TYPE(o)->tp_free(o);
+}
+
+PyObject* TamSprite_nb_int(PyObject* self) { return Game_Sequence_Index(self, "sprites"); }
+
+PyObject* TamSprite_nb_float(PyObject* self) { return Game_Sequence_Index_F(self, "sprites"); }
+
+// The resource index as text; a sprite that is not in the game's list has
+// none (null without an exception).
+PyObject* TamSprite_str(PyObject* self) {
+  Py_ssize_t x;
+  if (korvel::sequence_position(self, "sprites", &x) <= 0) return nullptr;
+  return PyUnicode_FromFormat("%zd", x);
+}
+
+PyObject* TamSprite_reduce(PyObject* self, PyObject*) {
+  TamSprite* s = sprite(self);
+  // guard: emptied fields raise as reading them does, instead of pickling null
+  if (!s->name) return korvel::resources::empty_member(self, "name");
+  if (!s->subimages) return korvel::resources::empty_member(self, "subimages");
+  Py_ssize_t count = PySequence_Size(s->subimages);
+  if (count < 0) return nullptr;
+  // Pickling throws the scale cache away: the field stays empty until
+  // __setstate__ or an assignment sets it again.
+  Py_CLEAR(s->scalecache);
+  return Py_BuildValue("(O()(iiiiiiiiiiiiiiiOi))", reinterpret_cast<PyObject*>(Py_TYPE(self)),
+                       s->w, s->h, s->leftbound, s->rightbound, s->topbound, s->bottombound,
+                       s->xorigin, s->yorigin, s->transparent, s->precise_collision_checking,
+                       s->bounding_box_type, s->smooth_edges, s->preload_texture,
+                       s->use_video_memory, s->load_only_on_use, s->name, int(count));
+}
+
+PyObject* TamSprite_setstate(PyObject* self, PyObject* args) {
+  PyObject* state;
+  if (!PyArg_ParseTuple(args, "O", &state)) return nullptr;
+  TamSprite* s = sprite(self);
+  int32_t* const fields[] = {
+      &s->w,           &s->h,           &s->leftbound,
+      &s->rightbound,  &s->topbound,    &s->bottombound,
+      &s->xorigin,     &s->yorigin,     &s->transparent,
+      &s->precise_collision_checking,   &s->bounding_box_type,
+      &s->smooth_edges, &s->preload_texture, &s->use_video_memory,
+      &s->load_only_on_use};
+  for (Py_ssize_t i = 0; i < Py_ssize_t(std::size(fields)); ++i) {
+    long v = seqi(state, i);
+    if (v == -1 && PyErr_Occurred()) return nullptr;
+    *fields[i] = int32_t(v);
+  }
+  PyObject* name = PySequence_GetItem(state, 15);  // a list or tuple: seqi checked it
+  if (!name) return nullptr;
+  Py_XSETREF(s->name, name);
+  Py_XSETREF(s->subimages, PyList_New(0));
+  if (!s->subimages) return nullptr;
+  long count = seqi(state, 16);
+  if (count == -1 && PyErr_Occurred()) return nullptr;
+  Py_XSETREF(s->scalecache, PyDict_New());
+  if (!s->scalecache) return nullptr;
+  // The loader appends count frames to subimages.
+  Ref loader_args = Ref::steal(Py_BuildValue("(OOi)", self, s->name, int(count)));
+  return korvel::resources::load_and_register(self, tam6_SpriteData_load_images,
+                                              "SpriteData_load_images", loader_args.get());
+}
+
+PyNumberMethods TamSprite_numbermethods = {
+    .nb_int = TamSprite_nb_int,
+    .nb_float = TamSprite_nb_float,
+};
+
+#define INT_MEMBER(field, doc) {#field, T_INT, offsetof(TamSprite, field), 0, doc}
+#define OBJECT_MEMBER(field) {#field, T_OBJECT_EX, offsetof(TamSprite, field), 0, ""}
+
+PyMemberDef TamSprite_members[] = {
+    INT_MEMBER(w, "unscaled sprite width."),
+    INT_MEMBER(h, "unscaled sprite height."),
+    INT_MEMBER(xorigin, ""),
+    INT_MEMBER(yorigin, ""),
+    INT_MEMBER(leftbound, ""),
+    INT_MEMBER(rightbound, ""),
+    INT_MEMBER(topbound, ""),
+    INT_MEMBER(bottombound, ""),
+    INT_MEMBER(transparent, ""),
+    INT_MEMBER(use_video_memory, ""),
+    INT_MEMBER(load_only_on_use, ""),
+    INT_MEMBER(smooth_edges, ""),
+    INT_MEMBER(preload_texture, ""),
+    INT_MEMBER(bounding_box_type, ""),
+    INT_MEMBER(precise_collision_checking, ""),
+    OBJECT_MEMBER(name),
+    OBJECT_MEMBER(subimages),
+    OBJECT_MEMBER(scalecache),
+    {nullptr, 0, 0, 0, nullptr}};
+
+#undef INT_MEMBER
+#undef OBJECT_MEMBER
+
+PyMethodDef TamSprite_methods[] = {
+    {"__reduce__", TamSprite_reduce, METH_VARARGS, nullptr},
+    {"__setstate__", TamSprite_setstate, METH_VARARGS, "Unpickler"},
+    {nullptr, nullptr, 0, nullptr}};
+
+}  // namespace
+
+PyTypeObject TamSprite_Type = {
+    .ob_base = PyVarObject_HEAD_INIT(nullptr, 0)
+    .tp_name = "korvel.TamSprite",
+    .tp_basicsize = sizeof(TamSprite),
+    .tp_dealloc = TamSprite_dealloc,
+    .tp_as_number = &TamSprite_numbermethods,
+    .tp_str = TamSprite_str,
+    .tp_flags = Py_TPFLAGS_DEFAULT | Py_TPFLAGS_HAVE_GC,
+    .tp_doc = "Tam-compatible sprites.",
+    .tp_traverse = TamSprite_traverse,
+    .tp_clear = TamSprite_clear,
+    .tp_richcompare = Object_AsInt_richcompare,
+    .tp_methods = TamSprite_methods,
+    .tp_members = TamSprite_members,
+    .tp_new = TamSprite_new,
+};
+
+PyObject* TamSprite_from_surface(PyObject*, PyObject* args) {
+  PyObject *surface, *name = nullptr;
+  if (!PyArg_ParseTuple(args, "O|O", &surface, &name)) return nullptr;
+  SDL_Surface* src = korvel::compat::surface_of(surface);  // guard: TypeError for a non-surface
+  if (!src) return nullptr;
+  SDL_Surface* screen = korvel::stored_screen();
+  if (!screen) return nullptr;
+  Ref self = Ref::steal(PyObject_CallNoArgs(reinterpret_cast<PyObject*>(&TamSprite_Type)));
+  if (!self) return nullptr;
+  TamSprite* s = sprite(self.get());
+  if (name) Py_SETREF(s->name, Py_NewRef(name));
+  // The box runs to one past the last pixel: (0, w, 0, h).
+  s->w = s->rightbound = src->w;
+  s->h = s->bottombound = src->h;
+  // The caller's surface is not kept: the frame is a copy in the screen's format.
+  Ref frame = Ref::steal(
+      PySurface_FromSurface(korvel::compat::convert_surface(src, screen->format, false)));
+  if (!frame || PyList_Append(s->subimages, frame.get()) < 0) return nullptr;
+  return self.release();
+}
