@@ -79,8 +79,10 @@ def reset():
     """Fill both modules with a fresh stand-in runtime and return them."""
     tam6, tamapi = modules()
     for module in (tam6, tamapi):
-        for name in [n for n in vars(module) if not n.startswith("__")]:
-            delattr(module, name)
+        # resources restored under non-string names are keys here too
+        namespace = vars(module)
+        for name in [n for n in namespace if not str(n).startswith("__")]:
+            del namespace[name]
     tam6.game = Game()
     tam6.view_xscale = 1
     tam6.view_yscale = 1
