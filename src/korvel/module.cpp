@@ -12,6 +12,7 @@
 #include "korvel/compat.h"
 #include "korvel/floatlist8.h"
 #include "korvel/globals.h"
+#include "korvel/instancelist.h"
 #include "korvel/methods.h"
 #include "korvel/module.h"
 #include "korvel/pixels/kernels.h"
@@ -81,6 +82,7 @@ const PublishedType kPublishedTypes[] = {
     {&TamVar_Type, "TamVar", nullptr, [] { TamVar_Type.tp_new = TamVar_new; }},
     {&TamSprite_Type, "TamSprite", "TamSprite_Type not ready.\n", nullptr},
     {&BackgroundData_Type, "BackgroundData", "BackgroundData_Type not ready.\n", nullptr},
+    {&InstanceList_Type, "InstanceList", nullptr, InstanceList_prepare},
     {&Floatlist8_Type, "Floatlist8", "Floatlist8_Type not ready.\n", nullptr},
     {nullptr, nullptr, nullptr, nullptr}};
 

@@ -1,0 +1,241 @@
+"""InstanceList: a list that resolves instances, variables and instance numbers."""
+import ctypes
+import gc
+import os
+import pickle
+import subprocess
+import sys
+import weakref
+
+import pytest
+
+import korvel
+import standins
+from korvel import InstanceList, TamVar
+
+BIG = 10**20  # an instance number that is not a cached small int
+
+
+class Numbered(standins.ObjectInstanceBase):
+    """Not exactly an instance type: resolved through its number."""
+
+    def __int__(self):
+        return 7
+
+
+@pytest.fixture
+def inst(runtime):
+    a = standins.ObjectInstanceBase(name="a")
+    b = standins.ObjectInstanceZero(name="b")
+    c = standins.ParticleSystem()
+    korvel.RegisterInstancesDict({7: a, 8: b, BIG: c}, standins.ObjectInstanceBase,
+                                 standins.ObjectInstanceZero, standins.ParticleSystem)
+    return a, b, c
+
+
+# Each form stands for the instance `a` (instance number 7).
+FORMS = {
+    "instance": lambda a: a,
+    "variable": lambda a: TamVar(a),
+    "number": lambda a: 7,
+    "text": lambda a: "7",
+    "float": lambda a: 7.9,
+    "numbered variable": lambda a: TamVar(7),
+    "subclass instance": lambda a: Numbered(),
+}
+
+
+def test_type():
+    assert issubclass(InstanceList, list) and InstanceList.__doc__ == "InstanceList"
+    assert [InstanceList.append.__doc__, InstanceList.remove.__doc__,
+            InstanceList.insert.__doc__] == ["Add an instance", "Remove an instance.",
+                                             "Insert an instance into the list."]
+    with pytest.raises(TypeError):
+        type("Sub", (InstanceList,), {})
+
+
+@pytest.mark.parametrize("form", FORMS)
+def test_append_and_remove_store_the_instance_and_balance_references(inst, form):
+    a, b, _ = inst
+    il = InstanceList([b])
+    before = sys.getrefcount(a)
+    value = FORMS[form](a)
+    assert il.append(value) is None
+    assert il == [b, a] and il[1] is a
+    assert sys.getrefcount(a) == before + 1 + (form in ("instance", "variable"))
+    assert il.remove(value) is None
+    assert il == [b]
+    del value
+    assert sys.getrefcount(a) == before
+
+
+@pytest.mark.parametrize("instance_type", ["base", "zero", "particle system"])
+def test_every_instance_type_is_taken_as_it_is(inst, instance_type):
+    obj = {"base": inst[0], "zero": inst[1], "particle system": inst[2]}[instance_type]
+    il = InstanceList()
+    il.append(obj)
+    assert il[0] is obj
+
+
+def test_append_of_an_unknown_number_fails_without_an_exception(inst):
+    il = InstanceList([inst[0]])
+    with pytest.raises(SystemError):
+        il.append(99)
+    assert il == [inst[0]]
+
+
+@pytest.mark.parametrize("value,error", [(object(), TypeError), ("seven", ValueError),
+                                         (None, TypeError)])
+@pytest.mark.parametrize("method", ["append", "remove"])
+def test_values_that_are_no_instance_or_number_raise(inst, method, value, error):
+    with pytest.raises(error):
+        getattr(InstanceList(), method)(value)
+
+
+def test_remove_takes_the_first_occurrence_by_identity(inst, monkeypatch):
+    a, b, _ = inst
+    twin = standins.ObjectInstanceBase(name="a")
+    monkeypatch.setattr(standins.ObjectInstanceBase, "__eq__", lambda s, o: True)
+    il = InstanceList([twin, a, b, a])
+    il.remove(a)
+    assert [x is y for x, y in zip(il, [twin, b, a])] == [True] * 3 and len(il) == 3
+
+
+@pytest.mark.parametrize("items", [[], ["a", "b"]])
+def test_remove_of_an_absent_instance_fails_and_changes_nothing(inst, items):
+    il = InstanceList([inst[0]] * len(items))
+    with pytest.raises(SystemError):
+        il.remove(inst[1])
+    assert il == [inst[0]] * len(items)
+
+
+@pytest.mark.parametrize("where", [0, 1, 2, -1, -2, -99, 99])
+@pytest.mark.parametrize("form", ["instance", "variable", "number"])
+def test_insert_puts_the_instance_where_list_insert_would(inst, where, form):
+    a, b, c = inst
+    il, model = InstanceList([b, c]), [b, c]
+    before = sys.getrefcount(a)
+    il.insert(where, FORMS[form](a))
+    model.insert(where, a)
+    assert [x is y for x, y in zip(il, model)] == [True] * 3
+    assert sys.getrefcount(a) == before + 2  # the list's and the model's
+
+
+def test_insert_by_number_leaves_the_number_alone(inst):
+    number = int(str(BIG))
+    before = sys.getrefcount(number)
+    il = InstanceList()
+    il.insert(0, number)
+    assert il[0] is inst[2] and sys.getrefcount(number) == before
+
+
+def test_insert_of_an_unknown_number_raises_key_error(inst):
+    il = InstanceList([inst[0]])
+    with pytest.raises(KeyError):
+        il.insert(0, 99)
+    assert il == [inst[0]]
+
+
+@pytest.mark.parametrize("args", [(), (0,), ("x", 7), (0, 7, 1)])
+def test_insert_argument_errors(inst, args):
+    with pytest.raises(TypeError):
+        InstanceList().insert(*args)
+
+
+@pytest.mark.parametrize("index", [0, 2, -1, -3])
+@pytest.mark.parametrize("form", ["instance", "variable", "number"])
+def test_item_assignment_through_the_sequence_slot(inst, index, form):
+    a, b, c = inst
+    il = InstanceList([b, c, b])
+    before = (sys.getrefcount(a), sys.getrefcount(b))
+    value = FORMS[form](a)
+    il.__setitem__(index, value)
+    model = [b, c, b]
+    model[index] = a
+    assert [x is y for x, y in zip(il, model)] == [True] * 3
+    del value, model
+    assert (sys.getrefcount(a), sys.getrefcount(b)) == (before[0] + 1, before[1] - 1)
+
+
+def test_subscript_assignment_is_the_host_lists(inst):
+    il = InstanceList([inst[0]])
+    il[0] = 8
+    assert il == [8]
+
+
+@pytest.mark.parametrize("index", [3, 50, -5])
+def test_item_assignment_outside_the_list_fails_without_an_exception(inst, index):
+    set_item = ctypes.pythonapi.PySequence_SetItem
+    set_item.argtypes = [ctypes.py_object, ctypes.c_ssize_t, ctypes.py_object]
+    il = InstanceList([inst[0]] * 3)
+    assert set_item(il, index, inst[1]) == -1
+    # the slot wrapper passes over a failure that set no exception
+    assert il.__setitem__(index, inst[1]) is None
+    assert il == [inst[0]] * 3
+
+
+def test_item_assignment_of_an_unknown_number_raises_key_error(inst):
+    il = InstanceList([inst[0]])
+    with pytest.raises(KeyError):
+        il.__setitem__(0, 99)
+    assert il == [inst[0]]
+
+
+def test_deleting_through_the_sequence_slot_is_the_host_lists(inst):
+    a, b, _ = inst
+    il = InstanceList([a, b])
+    il.__delitem__(0)
+    assert il == [b]
+    with pytest.raises(IndexError):
+        il.__delitem__(5)
+
+
+def test_reduce_and_setstate(inst):
+    a, b, c = inst
+    il = InstanceList([a, b])
+    assert il.__reduce__() == (InstanceList, (), (a, b))
+    assert il.__setstate__((c,)) is None and il == [c]
+    il.__setstate__([7, 8])  # stored as given, not resolved
+    assert il == [7, 8]
+    with pytest.raises(TypeError):
+        il.__setstate__(5)
+
+
+def test_pickle_round_trip(inst):
+    il = InstanceList([inst[0], inst[1], inst[0]])
+    restored = pickle.loads(pickle.dumps(il))
+    assert type(restored) is InstanceList
+    assert [type(x) for x in restored] == [type(x) for x in il]
+    assert restored[0] is restored[2] and restored[0].name == "a"
+
+
+def test_cycles_through_a_list_are_collected(inst):
+    a = standins.ObjectInstanceBase()
+    il = InstanceList([a])
+    a.members = il
+    gone = weakref.ref(a)
+    del a, il
+    gc.collect()
+    assert gone() is None
+
+
+def test_instance_dictionary_that_is_not_a_dict_raises(runtime):
+    korvel.RegisterInstancesDict([], standins.ObjectInstanceBase, standins.ObjectInstanceZero,
+                                 standins.ParticleSystem)
+    with pytest.raises(TypeError, match="not a dict"):
+        InstanceList().append(7)
+
+
+def test_numbers_before_the_runtime_registers_raise():
+    code = (
+        "import standins; standins.modules()\n"
+        "import korvel\n"
+        "try:\n"
+        "    korvel.InstanceList().append(7)\n"
+        "except RuntimeError as e:\n"
+        "    print(e)\n"
+    )
+    env = dict(os.environ, PYTHONPATH=os.pathsep.join(sys.path))
+    out = subprocess.run([sys.executable, "-c", code], env=env, capture_output=True,
+                         text=True, cwd=os.path.dirname(__file__), check=True).stdout
+    assert "instance dictionary is not registered" in out
