@@ -199,12 +199,17 @@ def fast_draw_gradient_v(surface, x1, y1, x2, y2, col_t, col_b, alpha):
         return
     top, bottom = _script_rgb(col_t), _script_rgb(col_b)
     n = y2 - y1
+    rows = [[round(a * (1 - k / n) + b * k / n) for a, b in zip(top, bottom)] for k in range(n)]
+    alpha &= 0xFF
+    if alpha == 255:
+        for k, rgb in enumerate(rows):
+            surface.fill(rgb, (x1, y1 + k, x2 - x1, 1))
+        return
     strip = pygame.Surface((1, n))
-    for row in range(n):
-        t = 1.0 - row / n
-        strip.set_at((0, row), [round(a * t + b * (1 - t)) for a, b in zip(top, bottom)])
+    for k, rgb in enumerate(rows):
+        strip.set_at((0, k), rgb)
     band = pygame.transform.scale(strip, (x2 - x1, n))
-    band.set_alpha(alpha & 0xFF)
+    band.set_alpha(alpha)
     surface.blit(band, (x1, y1))
 
 

@@ -351,5 +351,6 @@ def SpriteData_load_images(sprite, name, count):
     sprite.subimages.extend(game.images[name]()[:count])
 
 
-def BackgroundData_load_images(background, name):
-    background.surf = game.images[name]()
+def BackgroundData_load_images(background):
+    background.surf = game.images[background.name]()
+    background.w, background.h = background.surf.get_size()
