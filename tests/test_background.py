@@ -115,6 +115,13 @@ def test_reduce_gives_name_and_transparency_and_keeps_the_cache():
     assert b.scaled_data_cache == {"k": "v"}
 
 
+def test_reduce_of_an_emptied_name_raises():
+    b = korvel.BackgroundData()
+    del b.name
+    with pytest.raises(AttributeError, match="name"):
+        b.__reduce__()
+
+
 @pytest.mark.parametrize("protocol", [0, pickle.HIGHEST_PROTOCOL])
 def test_round_trip_resets_the_image_calls_the_loader_and_registers(runtime, protocol):
     tam6, tamapi = runtime

@@ -181,6 +181,18 @@ def test_item_assignment_of_an_unknown_number_raises_key_error(inst):
     assert il == [inst[0]]
 
 
+def test_item_assignment_whose_lookup_shortens_the_list_raises(inst):
+    il = InstanceList([inst[0], inst[1]])
+
+    class Shrinking:
+        def __int__(self):
+            il.clear()
+            return 7
+    with pytest.raises(IndexError):
+        il.__setitem__(1, Shrinking())
+    assert il == []
+
+
 def test_deleting_through_the_sequence_slot_is_the_host_lists(inst):
     a, b, _ = inst
     il = InstanceList([a, b])

@@ -200,10 +200,19 @@ def test_malformed_state_raises(runtime, state, error):
         korvel.TamSprite().__setstate__(state)
 
 
-def test_reduce_of_an_emptied_name_raises():
+@pytest.mark.parametrize("field", ["name", "subimages"])
+def test_reduce_of_an_emptied_field_raises_and_keeps_the_cache(field):
     s = korvel.TamSprite()
-    del s.name
-    with pytest.raises(AttributeError):
+    delattr(s, field)
+    with pytest.raises(AttributeError, match=field):
+        s.__reduce__()
+    assert s.scalecache == {}
+
+
+def test_reduce_of_subimages_without_a_length_raises():
+    s = korvel.TamSprite()
+    s.subimages = 5
+    with pytest.raises(TypeError):
         s.__reduce__()
 
 
