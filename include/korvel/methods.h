@@ -10,3 +10,4 @@ PyObject* init_subsystems(PyObject* self, PyObject* args);
 PyObject* set_SDL_screen(PyObject* self, PyObject* args);
 PyObject* RegisterInstancesDict(PyObject* self, PyObject* args);
 PyObject* TamSprite_from_surface(PyObject* self, PyObject* args);
+PyObject* Room_Draw(PyObject* self, PyObject* args);

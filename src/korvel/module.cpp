@@ -16,6 +16,7 @@
 #include "korvel/methods.h"
 #include "korvel/module.h"
 #include "korvel/pixels/kernels.h"
+#include "korvel/room.h"
 #include "korvel/sprite.h"
 #include "korvel/tamvar.h"
 
@@ -65,6 +66,7 @@ PyMethodDef KorvelDefs[] = {
      "Store data for InstanceList."},
     {"TamSprite_from_surface", TamSprite_from_surface, METH_VARARGS,
      "Create a new TamSprite from a Pygame surface."},
+    {"Room_Draw", Room_Draw, METH_VARARGS, "Draw the current room."},
     {nullptr, nullptr, 0, nullptr}};
 
 PyModuleDef korvel_module = {PyModuleDef_HEAD_INIT, "korvel", nullptr, -1, KorvelDefs,
@@ -82,7 +84,9 @@ const PublishedType kPublishedTypes[] = {
     {&TamVar_Type, "TamVar", nullptr, [] { TamVar_Type.tp_new = TamVar_new; }},
     {&TamSprite_Type, "TamSprite", "TamSprite_Type not ready.\n", nullptr},
     {&BackgroundData_Type, "BackgroundData", "BackgroundData_Type not ready.\n", nullptr},
+    {&RoomTileData_Type, "RoomTileData", "RoomTileData_Type not ready.\n", nullptr},
     {&InstanceList_Type, "InstanceList", nullptr, InstanceList_prepare},
+    {&TamRoom_Type, "TamRoom", "TamRoom_Type not ready.\n", nullptr},
     {&Floatlist8_Type, "Floatlist8", "Floatlist8_Type not ready.\n", nullptr},
     {nullptr, nullptr, nullptr, nullptr}};
 

@@ -1,0 +1,103 @@
+// RoomTileData: one tile of a room, a plain record of ints that converts to
+// its tile number.
+#include <Python.h>
+#include <structmember.h>
+
+#include <cstddef>
+#include <cstdint>
+
+#include "common/threeway.h"
+#include "korvel/common.h"
+#include "korvel/ref.h"
+#include "korvel/room.h"
+
+namespace {
+
+#define TILE_INT(field) {#field, T_INT, offsetof(RoomTileData, field), 0, ""}
+
+PyMemberDef RoomTileData_members[] = {
+    TILE_INT(x),
+    TILE_INT(y),
+    TILE_INT(id),
+    TILE_INT(background_idx),
+    TILE_INT(tilex),
+    TILE_INT(tiley),
+    TILE_INT(w),
+    TILE_INT(h),
+    TILE_INT(layer_depth),
+    TILE_INT(locked),
+    {nullptr, 0, 0, 0, nullptr}};
+
+#undef TILE_INT
+
+RoomTileData* tile(PyObject* o) { return reinterpret_cast<RoomTileData*>(o); }
+
+PyObject* RoomTileData_reduce(PyObject* self, PyObject*) {
+  RoomTileData* t = tile(self);
+  korvel::Ref state = korvel::Ref::steal(
+      Py_BuildValue("(iiiiiiiiii)", t->x, t->y, t->background_idx, t->tilex, t->tiley, t->w,
+                    t->h, t->layer_depth, t->id, t->locked));
+  if (!state) return nullptr;
+  return Py_BuildValue("(O()O)", &RoomTileData_Type, state.get());
+}
+
+PyObject* RoomTileData_setstate(PyObject* self, PyObject* args) {
+  PyObject* state;
+  if (!PyArg_ParseTuple(args, "O", &state)) return nullptr;
+  // guard: seqi reads list or tuple items unchecked
+  if (!PyList_Check(state) && !PyTuple_Check(state)) {
+    PyErr_Format(PyExc_TypeError, "a tile state is a tuple or list, not '%.200s'",
+                 Py_TYPE(state)->tp_name);
+    return nullptr;
+  }
+  RoomTileData* t = tile(self);
+  int32_t* fields[] = {&t->x, &t->y, &t->background_idx, &t->tilex, &t->tiley,
+                       &t->w, &t->h, &t->layer_depth,    &t->id,    &t->locked};
+  Py_ssize_t idx = 0;
+  for (int32_t* field : fields) {
+    // guard: a short state stops at its end; the fields read so far keep their values
+    if (idx >= Py_SIZE(state)) {
+      PyErr_Format(PyExc_IndexError, "a tile state has 10 items, not %zd", Py_SIZE(state));
+      return nullptr;
+    }
+    long v = seqi(state, idx++);
+    if (v == -1 && PyErr_Occurred()) return nullptr;
+    *field = int32_t(v);
+  }
+  Py_RETURN_NONE;
+}
+
+PyMethodDef RoomTileData_methods[] = {
+    {"__reduce__", RoomTileData_reduce, METH_VARARGS, nullptr},
+    {"__setstate__", RoomTileData_setstate, METH_VARARGS, nullptr},
+    {nullptr, nullptr, 0, nullptr}};
+
+PyObject* RoomTileData_int(PyObject* o) { return PyLong_FromLong(tile(o)->id); }
+PyObject* RoomTileData_float(PyObject* o) { return PyFloat_FromDouble(tile(o)->id); }
+PyObject* RoomTileData_str(PyObject* o) { return PyUnicode_FromFormat("%d", tile(o)->id); }
+
+PyObject* RoomTileData_richcompare(PyObject* a, PyObject* b, int op) {
+  return korvel::threeway_to_rich(Object_AsInt_compare(a, b), op);
+}
+
+PyNumberMethods RoomTileData_as_number = {
+    .nb_int = RoomTileData_int,
+    .nb_float = RoomTileData_float,
+};
+
+}  // namespace
+
+PyTypeObject RoomTileData_Type = {
+    .ob_base = PyVarObject_HEAD_INIT(nullptr, 0)
+    .tp_name = "korvel.RoomTileData",
+    .tp_basicsize = sizeof(RoomTileData),
+    .tp_as_number = &RoomTileData_as_number,
+    .tp_str = RoomTileData_str,
+    .tp_flags = Py_TPFLAGS_DEFAULT,
+    .tp_doc = "Tam-compatible room tile entries.",
+    .tp_richcompare = RoomTileData_richcompare,
+    .tp_methods = RoomTileData_methods,
+    .tp_members = RoomTileData_members,
+    // A zeroed tile, for the unpickler and the runtime.
+    .tp_new = PyType_GenericNew,
+};
