@@ -101,3 +101,87 @@ def reset():
     tamapi.pygame = pygame
     setattr(tamapi, "__color_to_int", lambda c: c[0] | c[1] << 8 | c[2] << 16)
     return tam6, tamapi
+
+
+class BackgroundDrawer(Recorder):
+    """tam6.Room_DrawBackgrounds that draws: the surface filled with `fill`,
+    then `rect` (room coordinates) in `color`, moved by the view position and
+    scaled by tam6's view scale, as the runtime draws a background."""
+
+    def __init__(self, fill=(0, 0, 40), rect=(0, 0, 0, 0), color=(200, 0, 0)):
+        super().__init__("Room_DrawBackgrounds")
+        self.fill, self.rect, self.color = fill, rect, color
+
+    def __call__(self, room, surface, xview, yview):
+        super().__call__(room, surface, xview, yview)
+        tam6, _ = modules()
+        sx, sy = tam6.view_xscale, tam6.view_yscale
+        x, y, w, h = self.rect
+        surface.fill(self.fill)
+        surface.fill(self.color, (int((x - xview) * sx), int((y - yview) * sy),
+                                  int(w * sx), int(h * sy)))
+
+
+class DrawLog(list):
+    """The order in which a frame drew things, shared by the stand-ins below."""
+
+
+class Instance(ObjectInstanceBase):
+    """A drawn instance: Draw() records itself and fills a 2 by 2 square of
+    `color` at (x, y) on `surface`. py_Draw starts unresolved (0)."""
+
+    def __init__(self, log, name, surface=None, x=0, y=0, color=(0, 255, 0), **attrs):
+        defaults = dict(py_Draw=0, sprite_index=0, image_index=0, image_xscale=1.0,
+                        image_yscale=1.0, image_angle=0.0, image_blend=0xFFFFFF,
+                        image_alpha=1.0)
+        defaults.update(attrs)
+        super().__init__(log=log, name=name, surface=surface, x=x, y=y, color=color,
+                         **defaults)
+
+    def Draw(self):
+        self.log.append(self.name)
+        if self.surface is not None:
+            self.surface.fill(self.color, (self.x, self.y, 2, 2))
+        return [self.name]  # a new object each time, as the runtime's may be
+
+    def __repr__(self):
+        return f"Instance({self.name})"
+
+
+class Action:
+    def __init__(self, python):
+        self.python = python
+
+
+class ObjectData:
+    def __init__(self, events):
+        self.events = events
+
+
+class ObjectRecord:
+    """An object of the game: its instances, the objects that inherit from
+    it, and its object data whose event 8 is the draw event."""
+
+    def __init__(self, instances=(), children=(), draw_code=None, events=None):
+        self.instances = list(instances)
+        self.children = list(children)
+        if events is None:
+            events = [[] for _ in range(12)]
+            if draw_code is not None:
+                events[8] = [Action(draw_code)]
+        self.py_objectdata = ObjectData(events)
+
+
+def draw_code(source):
+    """Compiled draw code, as the runtime keeps it for an object."""
+    return compile(source, "<draw event>", "exec")
+
+
+class DrawnParticleSystem(ParticleSystem):
+    """A particle system that records its draws with their view offsets."""
+
+    def __init__(self, log, name, automatic=True):
+        self.log, self.name, self.py_automatic_draw = log, name, automatic
+
+    def py_RealDraw(self, xoff, yoff):
+        self.log.append((self.name, xoff, yoff))

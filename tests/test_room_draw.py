@@ -1,0 +1,494 @@
+import collections
+import sys
+import time
+
+import numpy as np
+import pygame
+import pytest
+
+import korvel
+import standins
+
+VIEW_LISTS = ["xview", "yview", "object", "hborder", "vborder", "wview", "hview", "xport",
+              "yport", "wport", "hport"]
+FILL = (0, 0, 40)
+
+
+def fl8(*values):
+    fl = korvel.Floatlist8()
+    for i, v in enumerate(values):
+        fl[i] = v
+    return fl
+
+
+def full_view(**settings):
+    """A view of the whole 64 by 48 screen, with settings overridden."""
+    view = dict(xview=0, yview=0, object=-1, hborder=0, vborder=0, wview=64, hview=48,
+                xport=0, yport=0, wport=64, hport=48)
+    view.update(settings)
+    return view
+
+
+def make_room(drawn=(), tiles=(), views=(), visible=None, size=(64, 48)):
+    """A room drawing `drawn`; with `views` (one settings dict per view) it
+    uses views, all visible unless `visible` says otherwise."""
+    room = korvel.TamRoom()
+    room.room_width, room.room_height = size
+    room.drawn_objects = list(drawn)
+    room.tiles = list(tiles)
+    for name in VIEW_LISTS:
+        setattr(room, "view_" + name, fl8(*(v[name] for v in views)))
+    room.view_visible = fl8(*(visible if visible is not None else [1] * len(views)))
+    room.view_enabled = int(bool(views))
+    return room
+
+
+def make_tile(background_idx, x, y, tilex, tiley, w, h):
+    tile = korvel.RoomTileData()
+    tile.background_idx, tile.x, tile.y = background_idx, x, y
+    tile.tilex, tile.tiley, tile.w, tile.h = tilex, tiley, w, h
+    return tile
+
+
+def make_background(pixels):
+    """A BackgroundData whose image holds `pixels` (width, height, 3)."""
+    bg = korvel.BackgroundData()
+    bg.surf = pygame.Surface(pixels.shape[:2], 0, 32)
+    pygame.surfarray.blit_array(bg.surf, pixels)
+    return bg
+
+
+class Drawing:
+    def __init__(self, runtime, screen):
+        self.tam6, self.tamapi = runtime
+        self.screen = screen
+        self.log = standins.DrawLog()
+        self.backgrounds = standins.BackgroundDrawer(fill=FILL)
+        self.tam6.Room_DrawBackgrounds = self.backgrounds
+        self.tamapi.py_ParticleSystem = standins.DrawnParticleSystem
+        self.register()
+
+    def register(self):
+        korvel.RegisterInstancesDict({}, standins.ObjectInstanceBase,
+                                     standins.ObjectInstanceZero, standins.ParticleSystem)
+
+    def pixels(self):
+        return pygame.surfarray.array3d(self.screen)
+
+    def coded(self, name, **attrs):
+        """An instance whose object's draw code logs the current "self"."""
+        obj = standins.ObjectRecord(draw_code=standins.draw_code("log.append(self.name)"))
+        self.tamapi.log = self.log
+        return standins.Instance(self.log, name, object_index=obj, **attrs)
+
+
+@pytest.fixture
+def drawing(runtime, screen):
+    return Drawing(runtime, screen)
+
+
+# Without views: backgrounds, tiles, instances at scale 1.
+
+def test_without_views_backgrounds_then_tiles_then_instances_are_drawn(drawing):
+    rng = np.random.default_rng(3)
+    images = [rng.integers(0, 256, (16, 12, 3), dtype=np.uint8) for _ in range(2)]
+    drawing.tam6.game.backgrounds = [make_background(p) for p in images]
+    tiles = [(0, 4, 5, 2, 3, 8, 6), (1, 8, 7, 0, 0, 16, 12), (0, 58, 44, 0, 0, 16, 12)]
+    a = standins.Instance(drawing.log, "a", drawing.screen, 9, 9, (0, 255, 0))
+    b = standins.Instance(drawing.log, "b", drawing.screen, 62, 47, (255, 255, 0))
+    room = make_room([a, b], [make_tile(*t) for t in tiles])
+    room.view_current = 5
+    assert korvel.Room_Draw(room, drawing.screen) is None
+
+    expected = np.empty((64, 48, 3), np.uint8)
+    expected[:] = FILL
+    for idx, x, y, tx, ty, w, h in tiles:
+        part = images[idx][tx:tx + w, ty:ty + h][:64 - x, :48 - y]
+        expected[x:x + part.shape[0], y:y + part.shape[1]] = part
+    expected[9:11, 9:11] = (0, 255, 0)
+    expected[62:64, 47:48] = (255, 255, 0)
+    np.testing.assert_array_equal(drawing.pixels(), expected)
+    assert drawing.backgrounds.calls == [(room, drawing.screen, 0, 0)]
+    assert drawing.log == ["a", "b"]
+    assert room.view_current == 0
+
+
+def test_without_tiles_the_game_is_not_consulted(drawing):
+    del drawing.tamapi.game
+    assert korvel.Room_Draw(make_room(), drawing.screen) is None
+
+
+def test_instances_are_drawn_from_the_frames_snapshot(drawing):
+    room = make_room()
+    late = standins.Instance(drawing.log, "late")
+    first = standins.Instance(drawing.log, "first")
+    first.Draw = lambda: room.drawn_objects.append(late)
+    room.drawn_objects.append(first)
+    korvel.Room_Draw(room, drawing.screen)
+    assert drawing.log == []
+    korvel.Room_Draw(room, drawing.screen)
+    assert drawing.log == ["late"]
+
+
+@pytest.mark.parametrize("bad,error,message", [
+    (standins.ObjectInstanceBase(), AttributeError, "ERror!\n"),
+    (standins.ObjectInstanceBase(Draw=lambda: 1 / 0), ZeroDivisionError, "Error!\n"),
+])
+def test_a_failing_instance_stops_the_frame_after_the_earlier_ones(drawing, capfd, bad,
+                                                                    error, message):
+    room = make_room([standins.Instance(drawing.log, "a"), bad,
+                      standins.Instance(drawing.log, "c")])
+    with pytest.raises(error):
+        korvel.Room_Draw(room, drawing.screen)
+    assert drawing.log == ["a"]
+    assert capfd.readouterr().err == message
+
+
+def test_failing_backgrounds_stop_the_frame(drawing, capfd):
+    drawing.tam6.Room_DrawBackgrounds = standins.Recorder("bg", result=KeyError("bg"))
+    drawing.register()
+    room = make_room([standins.Instance(drawing.log, "a")])
+    with pytest.raises(KeyError):
+        korvel.Room_Draw(room, drawing.screen)
+    assert capfd.readouterr().err == "Drawing backgrounds failed.\n"
+    assert drawing.log == []
+
+
+def test_drawn_objects_that_are_not_a_sequence_fail_the_frame(drawing, capfd):
+    room = make_room()
+    room.drawn_objects = None
+    with pytest.raises(TypeError):
+        korvel.Room_Draw(room, drawing.screen)
+    assert capfd.readouterr().err == "Error making tuple from drawn_objects\n"
+
+
+TILE = (0, 0, 0, 0, 0, 4, 4)
+
+
+@pytest.mark.parametrize("tiles,backgrounds,error", [
+    ([5], "one", TypeError),
+    ("ab", "one", TypeError),
+    (None, "one", TypeError),
+    ([(3,) + TILE[1:]], "one", IndexError),
+    ([(-1,) + TILE[1:]], "one", IndexError),
+    ([TILE], [object()], TypeError),
+    ([TILE], [korvel.BackgroundData()], TypeError),
+    ([TILE], None, AttributeError),
+])
+def test_bad_tiles_raise_and_stop_the_frame(drawing, tiles, backgrounds, error):
+    game = drawing.tam6.game
+    if backgrounds == "one":
+        game.backgrounds = [make_background(np.zeros((4, 4, 3), np.uint8))]
+    elif backgrounds is None:
+        del game.backgrounds
+    else:
+        game.backgrounds = backgrounds
+    room = make_room([standins.Instance(drawing.log, "a")])
+    room.tiles = [make_tile(*t) for t in tiles] if isinstance(tiles, list) and \
+        isinstance(tiles[0], tuple) else tiles
+    with pytest.raises(error):
+        korvel.Room_Draw(room, drawing.screen)
+    assert drawing.log == []
+
+
+@pytest.mark.parametrize("surface", [None, "screen"])
+def test_a_target_that_is_not_a_surface_raises(drawing, surface):
+    drawing.tam6.Room_DrawBackgrounds = standins.Recorder("bg")
+    drawing.register()
+    drawing.tam6.game.backgrounds = [make_background(np.zeros((4, 4, 3), np.uint8))]
+    room = make_room(tiles=[make_tile(0, 0, 0, 0, 0, 4, 4)])
+    with pytest.raises(TypeError):
+        korvel.Room_Draw(room, surface)
+    with pytest.raises(TypeError):
+        korvel.Room_Draw(make_room(views=[full_view()]), surface)
+
+
+def wait_for_next_second():
+    """Sleeps into the next whole second, past the lag of the coarse clock
+    that time() may read."""
+    start = int(time.time())
+    while int(time.time()) == start:
+        time.sleep(0.005)
+    time.sleep(0.05)
+    return start + 1
+
+
+def test_fps_publishes_the_frames_of_the_last_whole_second(drawing):
+    room = make_room()
+    for attempt in range(3):
+        second = wait_for_next_second()
+        for _ in range(3):
+            korvel.Room_Draw(room, drawing.screen)
+        if time.time() - second > 0.9:
+            continue  # the machine stalled near the next second; try again
+        wait_for_next_second()
+        korvel.Room_Draw(room, drawing.screen)
+        assert drawing.tamapi.fps == 3
+        return
+    pytest.skip("no quiet second to count frames in")
+
+
+# With views.
+
+def test_views_none_visible_draws_nothing(drawing):
+    room = make_room([drawing.coded("a")], views=[full_view(), full_view()], visible=[0, 0])
+    before = drawing.pixels()
+    assert korvel.Room_Draw(room, drawing.screen) is None
+    assert drawing.backgrounds.calls == [] and drawing.log == []
+    np.testing.assert_array_equal(drawing.pixels(), before)
+
+
+def test_an_unscaled_view_draws_straight_onto_the_target(drawing):
+    system = standins.DrawnParticleSystem(drawing.log, "ps")
+    room = make_room([drawing.coded("a"), system, drawing.coded("b")],
+                     views=[full_view(xview=5, yview=3)])
+    drawing.backgrounds.rect = (10, 10, 4, 4)
+    assert korvel.Room_Draw(room, drawing.screen) is None
+    assert drawing.backgrounds.calls == [(room, drawing.screen, 5.0, 3.0)]
+    assert (drawing.tam6.view_xscale, drawing.tam6.view_yscale) == (1, 1)
+    assert type(drawing.tam6.view_xscale) is int
+    assert drawing.log == ["a", ("ps", -5, -3), "b"]
+    expected = np.empty((64, 48, 3), np.uint8)
+    expected[:] = FILL
+    expected[5:9, 7:11] = (200, 0, 0)
+    np.testing.assert_array_equal(drawing.pixels(), expected)
+
+
+def test_a_scaled_view_draws_its_backgrounds_through_a_port(drawing):
+    view = full_view(xview=4, yview=2, wview=32, hview=24, xport=8, yport=4, wport=48, hport=36)
+    room = make_room([drawing.coded("a")], views=[full_view(), view], visible=[0, 1])
+    drawing.backgrounds.rect = (10, 6, 4, 2)
+    assert korvel.Room_Draw(room, drawing.screen) is None
+    (call,) = drawing.backgrounds.calls
+    port = call[1]
+    assert call[0] is room and call[2:] == (4.0, 2.0)
+    assert port is not drawing.screen and port.get_size() == (48, 36)
+    assert (drawing.tam6.view_xscale, drawing.tam6.view_yscale) == (1.5, 1.5)
+    assert type(drawing.tam6.view_xscale) is float
+    assert room.view_current == 1 and drawing.log == ["a"]
+    expected = np.zeros((64, 48, 3), np.uint8)
+    expected[8:56, 4:40] = FILL
+    x0, y0 = 8 + int((10 - 4) * 1.5), 4 + int((6 - 2) * 1.5)
+    expected[x0:x0 + 6, y0:y0 + 3] = (200, 0, 0)
+    np.testing.assert_array_equal(drawing.pixels(), expected)
+
+
+def test_particle_systems_are_drawn_in_view_0_only(drawing):
+    system = standins.DrawnParticleSystem(drawing.log, "ps")
+    idle = standins.DrawnParticleSystem(drawing.log, "idle", automatic=0)
+    room = make_room([system, idle, drawing.coded("a")],
+                     views=[full_view(xview=1, yview=2), full_view(xview=3, yview=4)])
+    korvel.Room_Draw(room, drawing.screen)
+    assert drawing.log == [("ps", -1, -2), "a", "a"]
+    assert room.view_current == 1
+
+
+@pytest.mark.parametrize("x,y,hborder,vborder,expected", [
+    (10, 100, 32, 8, (0, 24)),    # clamped to the room's left and bottom
+    (40, 20, 8, 4, (32, 16)),      # inside the room
+    (60, 5, 0, 10, (32, 0)),       # clamped to the right and top
+])
+def test_a_view_follows_the_first_instance_of_its_object(drawing, x, y, hborder, vborder,
+                                                         expected):
+    target = standins.Instance(drawing.log, "t", x=x, y=y)
+    objects = [standins.ObjectRecord(children=[
+        standins.ObjectRecord(),
+        standins.ObjectRecord(children=[standins.ObjectRecord(instances=[target])])])]
+    drawing.tam6.game.objects = objects
+    view = full_view(object=0, hborder=hborder, vborder=vborder, wview=32, hview=24,
+                     wport=32, hport=24)
+    system = standins.DrawnParticleSystem(drawing.log, "ps")
+    room = make_room([system], views=[view])
+    korvel.Room_Draw(room, drawing.screen)
+    assert (room.view_xview[0], room.view_yview[0]) == expected
+    assert drawing.backgrounds.calls[0][2:] == expected
+    assert drawing.log == [("ps", -expected[0], -expected[1])]
+
+
+def test_a_followed_object_without_instances_leaves_the_view(drawing):
+    drawing.tam6.game.objects = [standins.ObjectRecord()]
+    room = make_room(views=[full_view(object=0, xview=7, yview=1)])
+    korvel.Room_Draw(room, drawing.screen)
+    assert (room.view_xview[0], room.view_yview[0]) == (7, 1)
+
+
+def test_draw_code_is_resolved_cached_and_run_as_self(drawing):
+    a = drawing.coded("a")
+    drawing.tamapi.self = outer = object()
+    room = make_room([a], views=[full_view()])
+    korvel.Room_Draw(room, drawing.screen)
+    code = a.object_index.py_objectdata.events[8][0].python
+    assert a.py_Draw is code
+    a.object_index = None  # resolved: the object is not consulted again
+    korvel.Room_Draw(room, drawing.screen)
+    assert drawing.log == ["a", "a"]
+    assert drawing.tamapi.self is outer and drawing.tamapi.py_self_stack == []
+
+
+def test_an_instance_without_draw_code_is_drawn_automatically_from_the_next_frame(drawing):
+    sprite = dict(sprite_index=3, image_index=1.5, x=7, y=8, image_xscale=2.0,
+                  image_yscale=0.5, image_angle=90.0, image_blend=0xFF00FF, image_alpha=0.25)
+    a = standins.Instance(drawing.log, "a", object_index=standins.ObjectRecord(), **sprite)
+    room = make_room([a], views=[full_view()])
+    korvel.Room_Draw(room, drawing.screen)
+    assert a.py_Draw == 1 and drawing.tamapi.draw_sprite_ext.calls == []
+    korvel.Room_Draw(room, drawing.screen)
+    assert drawing.tamapi.draw_sprite_ext.calls == [tuple(sprite.values())]
+
+
+def test_an_object_without_events_is_drawn_automatically(drawing):
+    obj = standins.ObjectRecord()
+    del obj.py_objectdata.events
+    a = standins.Instance(drawing.log, "a", object_index=obj)
+    assert korvel.Room_Draw(make_room([a], views=[full_view()]), drawing.screen) is None
+    assert a.py_Draw == 1
+
+
+def test_too_few_events_fail_the_frame_then_draw_automatically(drawing, capfd):
+    obj = standins.ObjectRecord(events=[[]] * 8)
+    a = standins.Instance(drawing.log, "a", object_index=obj)
+    room = make_room([a], views=[full_view()])
+    with pytest.raises(RuntimeError):
+        korvel.Room_Draw(room, drawing.screen)
+    assert "Events too small!\n" in capfd.readouterr().err
+    assert a.py_Draw == 1
+    assert korvel.Room_Draw(room, drawing.screen) is None
+    assert len(drawing.tamapi.draw_sprite_ext.calls) == 1
+
+
+def test_a_failing_instance_is_reported_and_the_view_goes_on(drawing, capfd):
+    bad = standins.Instance(drawing.log, "bad", py_Draw=standins.draw_code("1 / 0"))
+    system = standins.DrawnParticleSystem(drawing.log, "ps")
+    room = make_room([drawing.coded("a"), bad, drawing.coded("c"), system],
+                     views=[full_view()])
+    drawing.tamapi.self = outer = object()
+    with pytest.raises(ZeroDivisionError):
+        korvel.Room_Draw(room, drawing.screen)
+    assert drawing.log == ["a", "c", ("ps", 0, 0)]
+    assert capfd.readouterr().err == (
+        "Error drawing instance\n"
+        "Error after GI 2\nError drawing instance\n"
+        "Error after GI 3\nError drawing PS\n"
+        "An error has occurred\n")
+    assert drawing.tamapi.self is outer and drawing.tamapi.py_self_stack == []
+
+
+@pytest.mark.parametrize("change,error", [
+    (lambda a: setattr(a, "py_Draw", "draw me"), TypeError),
+    (lambda a: delattr(a, "image_alpha") or setattr(a, "py_Draw", 1), AttributeError),
+    (lambda a: delattr(a, "py_Draw"), AttributeError),
+])
+def test_an_instance_that_cannot_draw_fails_the_frame_but_not_the_others(drawing, change,
+                                                                        error):
+    bad = drawing.coded("bad")
+    change(bad)
+    room = make_room([bad, drawing.coded("b")], views=[full_view()])
+    with pytest.raises(error):
+        korvel.Room_Draw(room, drawing.screen)
+    assert drawing.log[-1] == "b"
+
+
+def test_draw_sprite_ext_failing_fails_the_frame(drawing):
+    drawing.tamapi.draw_sprite_ext.result = ValueError("sprite")
+    room = make_room([standins.Instance(drawing.log, "a", py_Draw=1)], views=[full_view()])
+    with pytest.raises(ValueError, match="sprite"):
+        korvel.Room_Draw(room, drawing.screen)
+
+
+def test_a_particle_system_without_real_draw_fails_the_frame(drawing):
+    class Bare:
+        py_automatic_draw = True
+
+    drawing.tamapi.py_ParticleSystem = Bare
+    drawing.register()
+    with pytest.raises(AttributeError):
+        korvel.Room_Draw(make_room([Bare()], views=[full_view()]), drawing.screen)
+
+
+@pytest.mark.parametrize("field,value,error", [
+    ("view_xview", [0.0] * 8, TypeError),
+    ("view_hport", None, TypeError),
+    ("view_visible", None, TypeError),
+    ("view_object", fl8(5), IndexError),
+])
+def test_wrong_view_fields_raise(drawing, field, value, error):
+    room = make_room([drawing.coded("a")], views=[full_view(wport=32)])
+    setattr(room, field, value)
+    with pytest.raises(error):
+        korvel.Room_Draw(room, drawing.screen)
+
+
+def test_an_object_number_beyond_the_game_is_reported_and_the_view_drawn(drawing, capfd):
+    room = make_room([drawing.coded("a")], views=[full_view(object=3)])
+    with pytest.raises(IndexError):
+        korvel.Room_Draw(room, drawing.screen)
+    assert drawing.log == ["a"]
+    err = capfd.readouterr().err
+    assert err.startswith("An error has occurred 615\n660\n660 a\nAn error has occurred 661\n")
+
+
+def test_a_short_view_visible_ends_the_views(drawing):
+    room = make_room([drawing.coded("a")], views=[full_view()] * 2)
+    room.view_visible = [1]
+    assert korvel.Room_Draw(room, drawing.screen) is None
+    assert drawing.log == ["a"]
+
+
+def test_a_room_that_is_not_a_tamroom_cannot_use_views(drawing):
+    room = standins.ObjectInstanceBase(view_enabled=1, drawn_objects=[], view_visible=[1])
+    with pytest.raises(TypeError):
+        korvel.Room_Draw(room, drawing.screen)
+
+
+# Ten thousand frames keep the process flat.
+
+def resident_pages():
+    with open("/proc/self/statm") as f:
+        return int(f.read().split()[1])
+
+
+def frames_keep_memory_flat(room, screen, drawing, frames):
+    def run(n):
+        for _ in range(n):
+            try:
+                korvel.Room_Draw(room, screen)
+            except ZeroDivisionError:
+                pass
+            drawing.backgrounds.calls.clear()
+            drawing.tamapi.draw_sprite_ext.calls.clear()
+    run(500)
+    blocks, pages = sys.getallocatedblocks(), resident_pages()
+    run(frames)
+    assert sys.getallocatedblocks() - blocks < frames // 10  # a leak per frame: >= frames
+    assert resident_pages() - pages < 256
+
+
+@pytest.mark.parametrize("failing", [False, True])
+def test_ten_thousand_frames_with_views_keep_memory_flat(drawing, failing):
+    drawing.log = collections.deque(maxlen=1)
+    scaled = full_view(wview=32, hview=24, xport=8, yport=4, wport=48, hport=36, object=0)
+    target = standins.Instance(drawing.log, "t", x=30, y=20)
+    drawing.tam6.game.objects = [standins.ObjectRecord(instances=[target])]
+    drawn = [drawing.coded("a"), standins.Instance(drawing.log, "s", py_Draw=1),
+             standins.DrawnParticleSystem(drawing.log, "ps")]
+    if failing:
+        drawn.append(standins.Instance(drawing.log, "bad", py_Draw=standins.draw_code("1/0")))
+    room = make_room(drawn, views=[full_view(), scaled])
+    counts = [sys.getrefcount(o) for o in drawn + [room, drawing.screen]]
+    frames_keep_memory_flat(room, drawing.screen, drawing, 10_000)
+    assert [sys.getrefcount(o) for o in drawn + [room, drawing.screen]] == counts
+
+
+@pytest.mark.parametrize("failing", [False, True])
+def test_ten_thousand_frames_without_views_keep_memory_flat(drawing, failing):
+    drawing.log = collections.deque(maxlen=1)
+    bg = make_background(np.zeros((16, 16, 3), np.uint8))
+    drawing.tam6.game.backgrounds = [bg]
+    tiles = [make_tile(0, 3 * i, 2 * i, 0, 0, 8, 8) for i in range(10)]
+    drawn = [standins.Instance(drawing.log, str(i), drawing.screen, i, i) for i in range(5)]
+    if failing:
+        drawn.append(standins.Instance(drawing.log, "bad", Draw=lambda: 1 / 0))
+    room = make_room(drawn, tiles)
+    counts = [sys.getrefcount(o) for o in drawn + tiles + [bg, room, drawing.screen]]
+    frames_keep_memory_flat(room, drawing.screen, drawing, 10_000)
+    assert [sys.getrefcount(o) for o in drawn + tiles + [bg, room, drawing.screen]] == counts
