@@ -104,8 +104,8 @@ def reset():
 
 
 class BackgroundDrawer(Recorder):
-    """tam6.Room_DrawBackgrounds that draws: the surface filled with `fill`,
-    then `rect` (room coordinates) in `color`, moved by the view position and
+    """tam6.Room_DrawBackgrounds that draws: the surface filled with `fill`
+    (unless None), then `rect` (room coordinates) in `color`, moved by the view position and
     scaled by tam6's view scale, as the runtime draws a background."""
 
     def __init__(self, fill=(0, 0, 40), rect=(0, 0, 0, 0), color=(200, 0, 0)):
@@ -117,7 +117,8 @@ class BackgroundDrawer(Recorder):
         tam6, _ = modules()
         sx, sy = tam6.view_xscale, tam6.view_yscale
         x, y, w, h = self.rect
-        surface.fill(self.fill)
+        if self.fill is not None:
+            surface.fill(self.fill)
         surface.fill(self.color, (int((x - xview) * sx), int((y - yview) * sy),
                                   int(w * sx), int(h * sy)))
 

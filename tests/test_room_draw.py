@@ -273,6 +273,19 @@ def test_a_scaled_view_draws_its_backgrounds_through_a_port(drawing):
     np.testing.assert_array_equal(drawing.pixels(), expected)
 
 
+def test_a_port_in_a_format_with_alpha_leaves_what_the_backgrounds_did_not_draw(drawing):
+    target = pygame.Surface((64, 48), pygame.SRCALPHA, 32)
+    target.fill((0, 0, 90, 255))
+    korvel.set_SDL_screen(target)
+    view = full_view(wview=32, hview=24, xport=8, yport=4, wport=48, hport=36)
+    drawing.backgrounds.fill, drawing.backgrounds.rect = None, (10, 6, 4, 2)
+    korvel.Room_Draw(make_room(views=[view]), target)
+    expected = np.zeros((64, 48, 3), np.uint8)
+    expected[:] = (0, 0, 90)
+    expected[8 + 15:8 + 21, 4 + 9:4 + 12] = (200, 0, 0)
+    np.testing.assert_array_equal(pygame.surfarray.array3d(target), expected)
+
+
 def test_particle_systems_are_drawn_in_view_0_only(drawing):
     system = standins.DrawnParticleSystem(drawing.log, "ps")
     idle = standins.DrawnParticleSystem(drawing.log, "idle", automatic=0)

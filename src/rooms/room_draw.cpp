@@ -12,6 +12,7 @@
 #include "korvel/methods.h"
 #include "korvel/ref.h"
 #include "korvel/room.h"
+#include "rooms/names.h"
 #include "rooms/view_draw.h"
 
 namespace {
@@ -137,9 +138,10 @@ bool draw_tiles(PyObject* room, PyObject* surface) {
 
 // Each drawn instance's Draw(), in depth order.
 bool draw_instances(PyObject* drawn) {
+  static korvel::rooms::Name Draw("Draw");
   const Py_ssize_t n = PyTuple_GET_SIZE(drawn);
   for (Py_ssize_t i = 0; i < n; ++i) {
-    Ref method = Ref::steal(PyObject_GetAttrString(PyTuple_GET_ITEM(drawn, i), "Draw"));
+    Ref method = Ref::steal(korvel::rooms::attribute(PyTuple_GET_ITEM(drawn, i), Draw));
     if (!method) {
       fputs("ERror!\n", stderr);
       return false;

@@ -15,10 +15,13 @@
 #include "korvel/globals.h"
 #include "korvel/ref.h"
 #include "korvel/room.h"
+#include "rooms/names.h"
 
 namespace {
 
 using korvel::Ref;
+using korvel::rooms::Name;
+using korvel::rooms::attribute;
 
 // A view reports a failure and draws on. CPython must not be called with an
 // exception set, so the first exception is held aside while the rest of the
@@ -162,8 +165,13 @@ Ref make_port(const View& w) {
     return Ref();
   }
   const SDL_PixelFormat* f = g_screen->format;
+  // Without an alpha mask the port's per-surface alpha stays at 255, which
+  // SDL 1.2 blitted as a copy; SDL 2 would run its blending loop for the
+  // same pixels, so such a port blits as a copy.
+  const bool srcalpha = f->Amask != 0;
   SDL_Surface* port = korvel::compat::create_rgb_surface(
-      true, trunc_int(w.wport), trunc_int(w.hport), 32, f->Rmask, f->Gmask, f->Bmask, f->Amask);
+      srcalpha, trunc_int(w.wport), trunc_int(w.hport), 32, f->Rmask, f->Gmask, f->Bmask,
+      f->Amask);
   return Ref::steal(PySurface_FromSurface(port));
 }
 
@@ -233,30 +241,31 @@ bool eval_as_self(PyObject* o, PyObject* code) {
   return bool(value);
 }
 
-const char* const kSpriteAttributes[] = {"sprite_index", "image_index",  "x",
-                                         "y",            "image_xscale", "image_yscale",
-                                         "image_angle",  "image_blend",  "image_alpha"};
+Name kSpriteAttributes[] = {Name("sprite_index"), Name("image_index"),  Name("x"),
+                            Name("y"),            Name("image_xscale"), Name("image_yscale"),
+                            Name("image_angle"),  Name("image_blend"),  Name("image_alpha")};
+constexpr size_t kSpriteArguments = sizeof kSpriteAttributes / sizeof kSpriteAttributes[0];
 
 // tamapi.draw_sprite_ext with the instance's sprite settings.
 bool draw_sprite_automatically(PyObject* o) {
-  constexpr Py_ssize_t n = sizeof kSpriteAttributes / sizeof kSpriteAttributes[0];
-  Ref args = Ref::steal(PyTuple_New(n));
-  if (!args) return false;
-  for (Py_ssize_t i = 0; i < n; ++i) {
+  Ref values[kSpriteArguments];
+  PyObject* args[kSpriteArguments];
+  for (size_t i = 0; i < kSpriteArguments; ++i) {
     // guard: an instance missing one of these is an AttributeError, not a null argument
-    PyObject* value = PyObject_GetAttrString(o, kSpriteAttributes[i]);
-    if (!value) return false;
-    PyTuple_SET_ITEM(args.get(), i, value);
+    values[i] = Ref::steal(attribute(o, kSpriteAttributes[i]));
+    if (!values[i]) return false;
+    args[i] = values[i].get();
   }
   Ref draw = Ref::borrow(korvel::hooked(tamapi_draw_sprite_ext, "tamapi.draw_sprite_ext"));
   if (!draw) return false;
-  return bool(Ref::steal(PyObject_CallObject(draw.get(), args.get())));
+  return bool(Ref::steal(PyObject_Vectorcall(draw.get(), args, kSpriteArguments, nullptr)));
 }
 
 // py_Draw: 0 (or missing) to resolve, another int to draw the sprite, or
 // the draw code itself.
 bool draw_instance(PyObject* o) {
-  Ref d = Ref::steal(PyObject_GetAttrString(o, "py_Draw"));
+  static Name py_Draw("py_Draw");
+  Ref d = Ref::steal(attribute(o, py_Draw));
   if (!d) {
     ErrorStash missing;  // reported after the draw code is resolved
     missing.pending();
@@ -271,11 +280,13 @@ bool draw_instance(PyObject* o) {
 
 // A particle system draws itself, with the view's offset, when automatic.
 bool draw_particle_system(PyObject* o, PyObject* offset) {
-  Ref automatic = Ref::steal(PyObject_GetAttrString(o, "py_automatic_draw"));
+  static Name py_automatic_draw("py_automatic_draw");
+  static Name py_RealDraw("py_RealDraw");
+  Ref automatic = Ref::steal(attribute(o, py_automatic_draw));
   if (!automatic) return true;  // the result stands; the attribute error is reported
   const int truth = PyObject_IsTrue(automatic.get());
   if (truth <= 0) return truth == 0;
-  Ref real_draw = Ref::steal(PyObject_GetAttrString(o, "py_RealDraw"));
+  Ref real_draw = Ref::steal(attribute(o, py_RealDraw));
   if (!real_draw) return false;
   return bool(Ref::steal(PyObject_CallObject(real_draw.get(), offset)));
 }
