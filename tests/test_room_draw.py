@@ -1,4 +1,5 @@
 import collections
+import os
 import sys
 import time
 
@@ -473,7 +474,8 @@ def frames_keep_memory_flat(room, screen, drawing, frames):
     blocks, pages = sys.getallocatedblocks(), resident_pages()
     run(frames)
     assert sys.getallocatedblocks() - blocks < frames // 10  # a leak per frame: >= frames
-    assert resident_pages() - pages < 256
+    if "libasan" not in os.environ.get("LD_PRELOAD", ""):  # ASan keeps freed memory resident
+        assert resident_pages() - pages < 256
 
 
 @pytest.mark.parametrize("failing", [False, True])
