@@ -15,14 +15,15 @@ GROUPS = {
     "gradients": ["fast_draw_gradient_v"],
     "transforms": ["rotoscale", "scale", "flip_h"],
     "resources": ["TamSprite", "TamSprite_from_surface", "BackgroundData"],
-    "rooms": ["Floatlist8", "TamRoom", "RoomTileData", "Room_Draw", "draw_rectangle"],
+    "rooms": ["Floatlist8", "TamRoom", "RoomTileData", "Room_Draw"],
+    "rectangles": ["draw_rectangle"],
     "particles": ["Beancounter", "part_type_create", "part_type_shape", "part_type_blend",
                   "part_type_size", "part_type_speed", "part_type_direction", "part_type_life",
                   "part_type_color3", "part_type_alpha3", "part_type_orientation",
                   "CParticle_new", "CParticle_attach_beancounter", "CParticle_dec_ttl_and_render"],
 }
 # Groups that only work with korvel's own version of another group.
-NEEDS = {"rooms": "resources"}
+NEEDS = {"rooms": "resources", "rectangles": "rooms"}
 
 
 def _constructible(kind):
