@@ -441,6 +441,22 @@ def test_an_object_number_beyond_the_game_is_reported_and_the_view_drawn(drawing
     assert err.startswith("An error has occurred 615\n660\n660 a\nAn error has occurred 661\n")
 
 
+def test_a_port_that_cannot_be_made_skips_the_backgrounds_and_draws_the_rest(drawing):
+    room = make_room([drawing.coded("a")], views=[full_view(xport=1, wport=-4)])
+    with pytest.raises(RuntimeError):
+        korvel.Room_Draw(room, drawing.screen)
+    assert drawing.backgrounds.calls == [] and drawing.log == ["a"]
+
+
+def test_views_without_a_registered_background_handler_raise(drawing):
+    del drawing.tam6.Room_DrawBackgrounds
+    drawing.register()
+    room = make_room([drawing.coded("a")], views=[full_view()])
+    with pytest.raises(RuntimeError, match="Room_DrawBackgrounds"):
+        korvel.Room_Draw(room, drawing.screen)
+    assert drawing.log == ["a"]
+
+
 def test_a_short_view_visible_ends_the_views(drawing):
     room = make_room([drawing.coded("a")], views=[full_view()] * 2)
     room.view_visible = [1]

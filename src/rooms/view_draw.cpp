@@ -175,26 +175,34 @@ Ref make_port(const View& w) {
   return Ref::steal(PySurface_FromSurface(port));
 }
 
-// Sets the view scale everywhere the drawing code reads it; returns the port
-// to draw the backgrounds into, or nothing when the view draws unscaled.
-Ref scale_view(const View& w, PyObject* surface_py, ErrorStash& e) {
+// Where a view's backgrounds go: straight onto the target, or into a port
+// that is then blitted onto it. Neither when the port could not be made.
+struct Scale {
+  bool direct = false;
+  Ref port;
+};
+
+// Sets the view scale everywhere the drawing code reads it.
+Scale scale_view(const View& w, PyObject* surface_py, ErrorStash& e) {
+  Scale scale;
   // fetched again: the runtime code run while following may have replaced it
   const SDL_Surface* target = korvel::compat::surface_of(surface_py);
-  if (!target) return Ref();
+  if (!target) return scale;
   if (w.xport == 0 && w.yport == 0 && target->w == w.wview && target->h == w.hview) {
     Ref one = Ref::steal(PyLong_FromLong(1));
     set_runtime_scale(one.get(), one.get());
     g_view_xscale = g_view_yscale = 1.0;
-    return Ref();
+    scale.direct = true;
+    return scale;
   }
-  Ref port = make_port(w);
+  scale.port = make_port(w);
   g_view_xscale = w.wport / w.wview;
   g_view_yscale = w.hport / w.hview;
   Ref xscale = Ref::steal(PyFloat_FromDouble(g_view_xscale));
   Ref yscale = Ref::steal(PyFloat_FromDouble(g_view_yscale));
   set_runtime_scale(xscale.get(), yscale.get());
   e.report("An error has occurred 638\n");
-  return port;
+  return scale;
 }
 
 // Calls the runtime's Room_DrawBackgrounds(room, on, xview, yview).
@@ -209,16 +217,17 @@ void draw_backgrounds(PyObject* room, PyObject* on, const View& w) {
 
 // Draws the backgrounds straight onto the target, or into the port and the
 // port onto the target at the port's position.
-void draw_view_backgrounds(PyObject* room, PyObject* surface_py, const View& w, Ref port,
-                           ErrorStash& e) {
-  if (!port) {
+void draw_view_backgrounds(PyObject* room, PyObject* surface_py, const View& w,
+                           const Scale& scale, ErrorStash& e) {
+  if (scale.direct) {
     draw_backgrounds(room, surface_py, w);
     return;
   }
-  draw_backgrounds(room, port.get(), w);
+  if (!scale.port) return;  // its error is pending
+  draw_backgrounds(room, scale.port.get(), w);
   e.pending();  // the blit below may set its own error
   SDL_Surface* target = korvel::compat::surface_of(surface_py);
-  SDL_Surface* from = korvel::compat::surface_of(port.get());
+  SDL_Surface* from = korvel::compat::surface_of(scale.port.get());
   if (!target || !from) return;
   SDL_Rect at{trunc_int(w.xport), trunc_int(w.yport), 0, 0};
   if (korvel::compat::blit(from, nullptr, target, &at) != 0)
