@@ -24,8 +24,9 @@ using korvel::rooms::Name;
 using korvel::rooms::attribute;
 
 // A view reports a failure and draws on. CPython must not be called with an
-// exception set, so the first exception is held aside while the rest of the
-// view draws, and is set again when the holder goes; later ones are dropped.
+// exception set (an attribute lookup may silently clear it), so the first
+// exception is held aside as soon as it is raised, while the rest of the view
+// draws, and is set again when the holder goes; later ones are dropped.
 // pending() answers "is the error indicator set?" at the checkpoints.
 class ErrorStash {
  public:
@@ -193,9 +194,11 @@ Scale scale_view(const View& w, PyObject* surface_py, ErrorStash& e) {
     set_runtime_scale(one.get(), one.get());
     g_view_xscale = g_view_yscale = 1.0;
     scale.direct = true;
+    e.pending();
     return scale;
   }
   scale.port = make_port(w);
+  e.pending();
   g_view_xscale = w.wport / w.wview;
   g_view_yscale = w.hport / w.hview;
   Ref xscale = Ref::steal(PyFloat_FromDouble(g_view_xscale));
@@ -209,9 +212,10 @@ Scale scale_view(const View& w, PyObject* surface_py, ErrorStash& e) {
 void draw_backgrounds(PyObject* room, PyObject* on, const View& w) {
   Ref handler =
       Ref::borrow(korvel::hooked(tam6_Room_DrawBackgrounds, "tam6.Room_DrawBackgrounds"));
+  if (!handler) return;
   Ref xview = Ref::steal(PyFloat_FromDouble(w.xview));
   Ref yview = Ref::steal(PyFloat_FromDouble(w.yview));
-  if (handler && xview && yview)  // the result is released unchecked; a failure stays set
+  if (xview && yview)  // the result is released unchecked; a failure stays set
     Ref::steal(invoke_4(handler.get(), room, on, xview.get(), yview.get()));
 }
 
@@ -318,8 +322,8 @@ bool draw_snapshot(PyObject* depthsorted, int v, PyObject* offset, ErrorStash& e
   return result;
 }
 
-// The draw code of o's object: the first action of its draw event (event
-// 8). Null without an exception when the object has no draw code.
+// The code of a draw event: its first action's "python". Null without an
+// exception when there is no event or it has no actions.
 PyObject* draw_event_code(PyObject* ev) {
   if (!ev || !PySequence_Check(ev)) return nullptr;
   const Py_ssize_t actions = PySequence_Size(ev);
@@ -358,14 +362,16 @@ bool set_automatic(PyObject* o) {
 
 int init_instance_drawfunc(PyObject* o) {
   ErrorStash e;
-  Ref events = Ref::steal(object_events(o));
-  if (!events) return PyErr_Occurred() ? 0 : set_automatic(o);
   int ok = 1;
-  Ref ev = draw_event(events.get(), &ok);
-  events = Ref();
-  e.pending();
-  Ref code = Ref::steal(draw_event_code(ev.get()));
-  if (e.pending()) return 0;  // guard: the design would store and run a null code
+  Ref code;
+  if (Ref events = Ref::steal(object_events(o))) {
+    Ref ev = draw_event(events.get(), &ok);
+    e.pending();
+    code = Ref::steal(draw_event_code(ev.get()));
+  }
+  // guard: a missing object, object data or action "python" fails here
+  // instead of storing and running no code
+  if (e.pending()) return 0;
   if (code) {
     if (PyObject_SetAttrString(o, "py_Draw", code.get()) < 0) {
       fputs("Error setting attribute string to code.\n", stderr);
