@@ -12,7 +12,8 @@ and 200 tiles, on a 640x480 screen:
 
 The runtime side (background handler, draw_sprite_ext, Draw methods) is the
 same Python code for both; the Python frame is a plain loop over the same
-steps and pygame calls. Both frames are checked to give the same pixels.
+steps and pygame calls. Both frames are checked to give the same pixels. A
+last pair times the frame loop alone, with handlers that draw nothing.
 """
 import argparse
 import sys
@@ -212,7 +213,9 @@ def install_runtime(runtime, room, screen):
     korvel.RegisterInstancesDict({}, Instance, Instance, ParticleSystem)
 
 
-def frame_rows(views, reps):
+def frame_rows(views, reps, idle):
+    """Timings of both frames; with `idle`, the runtime's handlers draw
+    nothing, which leaves the frame loop itself."""
     pygame.display.init()
     screen = pygame.Surface(SCREEN, 0, 32)
     rng = np.random.default_rng(1)
@@ -228,7 +231,10 @@ def frame_rows(views, reps):
         screen.fill((0, 0, 0))
         draw()
         frames.append(pygame.surfarray.array2d(screen))
-    label = "two views, one scaled" if views else "no views"
+    if idle:
+        tam6.Room_DrawBackgrounds = tamapi.draw_sprite_ext = lambda *args: None
+        korvel.RegisterInstancesDict({}, Instance, Instance, ParticleSystem)
+    label = ("two views, one scaled" if views else "no views") + (", idle handlers" * idle)
     rows = [(f"{name} ({label})", *measure(draw, reps)) for name, draw in draws.items()]
     return rows, np.array_equal(*frames)
 
@@ -239,8 +245,8 @@ def main():
     args, _ = parser.parse_known_args()
     print(f"room of {INSTANCES} instances, {TILES} tiles, on {SCREEN[0]}x{SCREEN[1]}; "
           f"{args.reps} frames after warm-up ({machine()})")
-    for views in (True, False):
-        rows, same = frame_rows(views, args.reps)
+    for views, idle in ((True, False), (False, False), (True, True)):
+        rows, same = frame_rows(views, args.reps, idle)
         print_table(rows, rows[0][0])
         (_, _, korvel_med), (_, _, python_med) = rows
         print(f"  frames per second: korvel {1 / korvel_med:.0f}, Python {1 / python_med:.0f}; "
