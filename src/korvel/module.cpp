@@ -15,6 +15,7 @@
 #include "korvel/instancelist.h"
 #include "korvel/methods.h"
 #include "korvel/module.h"
+#include "korvel/particles.h"
 #include "korvel/pixels/kernels.h"
 #include "korvel/room.h"
 #include "korvel/sprite.h"
@@ -61,6 +62,42 @@ PyMethodDef KorvelDefs[] = {
     {"fill_translucent", fill_translucent, METH_VARARGS,
      "Draw a rectangle, possibly with alpha blending."},
     {"init_subsystems", init_subsystems, METH_VARARGS, "Initialize the subsystem variables."},
+    {"CParticle_new", CParticle_new, METH_VARARGS, "Create a new particle."},
+    {"CParticle_new_size_color", CParticle_new_size_color, METH_VARARGS,
+     "Create a new particle of a given size and color."},
+    {"CParticle_step", CParticle_step, METH_VARARGS, "Per-particle step function."},
+    {"CParticle_dec_ttl", CParticle_dec_ttl, METH_VARARGS,
+     "Decrement the particle TTL and return the new value."},
+    {"CParticle_dec_ttl_and_render", CParticle_dec_ttl_and_render, METH_VARARGS,
+     "Decrement the particle TTL and render if the particle still should exist."},
+    {"CParticle_attach_beancounter", CParticle_attach_beancounter, METH_VARARGS,
+     "Attach a beancounter to the particle.  The beancounter will be increased.  Destroying "
+     "the particle will decrease it.  If there is a preexisting beancounter, it will be "
+     "decreased."},
+    {"CParticle_type_cache_clear", CParticle_type_cache_clear, METH_VARARGS,
+     "Remove cache of prerendered particle surfaces for this type."},
+    {"part_type_alpha2", part_type_alpha2, METH_VARARGS,
+     "Set start and end alphas, linear interpolation."},
+    {"part_type_alpha3", part_type_alpha3, METH_VARARGS, "Set start/half/end alphas."},
+    {"part_type_blend", part_type_blend, METH_VARARGS, "Set particle blend mode flag."},
+    {"part_type_color3", part_type_color3, METH_VARARGS,
+     "Lowlevel color3 implementation.  Expects ints."},
+    {"part_type_create", part_type_create, METH_VARARGS, "C implementation of part_type_create."},
+    {"part_type_direction", part_type_direction, METH_VARARGS,
+     "Set the direction min/max/incr/wiggle."},
+    {"part_type_gravity", part_type_gravity, METH_VARARGS, "Set the gravity strength and angle."},
+    {"part_type_life", part_type_life, METH_VARARGS,
+     "Set the particle minimum and maximum lifespan in frames."},
+    {"part_type_orientation", part_type_orientation, METH_VARARGS,
+     "Set the orientation min/max/incr/wiggle/relativity for this particle type."},
+    {"part_type_scale", part_type_scale, METH_VARARGS,
+     "Set the x and y scale factors for the particle type."},
+    {"part_type_shape", part_type_shape, METH_VARARGS, "Set the shape of a particle type."},
+    {"part_type_size", part_type_size, METH_VARARGS, "Set min/max/incr/wiggle for particle size."},
+    {"part_type_speed", part_type_speed, METH_VARARGS,
+     "Set min/max/incr/wiggle por particle speed."},
+    {"part_type_sprite", part_type_sprite, METH_VARARGS,
+     "Set particle type to use a sprite/animated/stretched/random"},
     {"set_SDL_screen", set_SDL_screen, METH_VARARGS, "Store the SDL screen in a C variable."},
     {"RegisterInstancesDict", RegisterInstancesDict, METH_VARARGS,
      "Store data for InstanceList."},
@@ -88,6 +125,7 @@ const PublishedType kPublishedTypes[] = {
     {&InstanceList_Type, "InstanceList", nullptr, InstanceList_prepare},
     {&TamRoom_Type, "TamRoom", "TamRoom_Type not ready.\n", nullptr},
     {&Floatlist8_Type, "Floatlist8", "Floatlist8_Type not ready.\n", nullptr},
+    {&Beancounter_Type, "Beancounter", "Beancounter_Type not ready.\n", nullptr},
     {nullptr, nullptr, nullptr, nullptr}};
 
 void publish_types(PyObject* m) {
@@ -121,6 +159,17 @@ PyObject* bind_runtime_module(const char* name) {
   return m;
 }
 
+// The wrapper type of the handles, learnt from a default particle type that
+// dies at once (its destructor frees the record).
+bool learn_wrapper_type() {
+  PyObject* probe = new_particle_type_handle();
+  if (!probe) return false;
+  g_cobject_type_pointer = Py_TYPE(probe);
+  Py_INCREF(g_cobject_type_pointer);
+  Py_DECREF(probe);
+  return true;
+}
+
 }  // namespace
 
 PyMODINIT_FUNC PyInit_korvel() {
@@ -133,8 +182,10 @@ PyMODINIT_FUNC PyInit_korvel() {
   PyErr_Clear();  // without pygame the surface functions raise TypeError when called
   seed_random();
   korvel::pixels::select_kernels();
-  g_cobject_type_pointer = &PyCapsule_Type;
-  Py_INCREF(g_cobject_type_pointer);
+  if (!learn_wrapper_type()) {
+    Py_DECREF(m);
+    return nullptr;
+  }
   tam6 = bind_runtime_module("tam6");
   tamapi = bind_runtime_module("tamapi");
   if (!tam6 || !tamapi) {

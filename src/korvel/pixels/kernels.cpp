@@ -13,9 +13,12 @@ void fill_run_scalar(uint32_t* p, std::size_t n, uint32_t fg, uint32_t na) {
 
 namespace {
 
-const Kernels kScalar = {"scalar", fill_run_scalar};
-const Kernels kSse2 = {"sse2", fill_run_sse2};
-const Kernels kAvx2 = {"avx2", fill_run_avx2};
+const Kernels kScalar = {"scalar", fill_run_scalar, add_saturate_scalar, sub_saturate_scalar,
+                         tint_scalar, scale_alpha_scalar};
+const Kernels kSse2 = {"sse2", fill_run_sse2, add_saturate_sse2, sub_saturate_sse2, tint_sse2,
+                       scale_alpha_sse2};
+const Kernels kAvx2 = {"avx2", fill_run_avx2, add_saturate_avx2, sub_saturate_avx2, tint_avx2,
+                       scale_alpha_avx2};
 
 Isa parse_isa(const char* s, Isa fallback) {
   for (Isa isa : available_isas())

@@ -1,0 +1,48 @@
+// The particle records: a particle type and a particle, each owned by one
+// capsule handle whose destructor frees it, and the Beancounter counter.
+#pragma once
+#include <Python.h>
+
+#include <cstdint>
+
+#include "korvel/particles/particle.h"
+
+struct SDL_Surface;
+
+struct ParticleType_object {
+  PyObject* shape;             // owned: a pygame Surface or a sprite object, or null
+  SDL_Surface* shapesurf;      // borrowed from shape (set by part_type_shape only)
+  korvel::particles::TypeParams params;  // blend .. orientation_relative
+  PyObject* cached_surfaces;   // owned dict: int tuple -> prerendered pygame Surface
+};
+
+struct Beancounter {
+  PyObject_HEAD
+  int32_t count;  // living particles attached
+};
+
+struct CParticle {
+  korvel::particles::Particle state;  // x .. angle
+  Beancounter* beancounter;           // owned, may be null
+  PyObject* type;                     // owned particle-type handle
+};
+
+extern PyTypeObject Beancounter_Type;
+
+// Capsule names: a handle of one kind is never taken for the other.
+inline constexpr const char* kParticleTypeCapsule = "korvel.ParticleType";
+inline constexpr const char* kCParticleCapsule = "korvel.CParticle";
+
+// A new particle-type handle with the defaults (white is COLOR_WHITE now).
+PyObject* new_particle_type_handle();
+void ParticleType_destructor(PyObject* capsule);
+void CParticle_destructor(PyObject* capsule);
+
+// The record behind a particle-type handle, or behind a TamVar whose first
+// member is one. Null with TypeError otherwise ("Returning NULL!" is printed
+// for an object that is neither).
+ParticleType_object* particle_type_of(PyObject* o);
+// The record behind a particle handle; null with TypeError otherwise.
+CParticle* particle_of(PyObject* o);
+// The type record of a living particle: its handle was checked at birth.
+ParticleType_object* type_record_of(const CParticle* p);

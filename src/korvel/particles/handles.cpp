@@ -1,0 +1,87 @@
+// Particle and particle-type handles: capsules of distinct names around the
+// native records, and the destructors that free the records.
+#include <Python.h>
+
+#include <cstdio>
+
+#include "korvel/globals.h"
+#include "korvel/particles.h"
+#include "korvel/tamvar.h"
+
+PyObject* new_particle_type_handle() {
+  auto* pt = static_cast<ParticleType_object*>(PyMem_Calloc(1, sizeof(ParticleType_object)));
+  if (!pt) return PyErr_NoMemory();
+  pt->params = korvel::particles::default_type(COLOR_WHITE);
+  pt->cached_surfaces = PyDict_New();
+  PyObject* handle = pt->cached_surfaces
+                         ? PyCapsule_New(pt, kParticleTypeCapsule, ParticleType_destructor)
+                         : nullptr;
+  if (!handle) {
+    Py_XDECREF(pt->cached_surfaces);
+    PyMem_Free(pt);
+  }
+  return handle;
+}
+
+void ParticleType_destructor(PyObject* capsule) {
+  auto* pt = static_cast<ParticleType_object*>(PyCapsule_GetPointer(capsule, kParticleTypeCapsule));
+  if (!pt) return;
+  Py_CLEAR(pt->shape);
+  pt->shapesurf = nullptr;
+  Py_CLEAR(pt->cached_surfaces);
+  PyMem_Free(pt);
+}
+
+void CParticle_destructor(PyObject* capsule) {
+  auto* p = static_cast<CParticle*>(PyCapsule_GetPointer(capsule, kCParticleCapsule));
+  if (!p) return;
+  if (p->beancounter) {
+    p->beancounter->count -= 1;
+    Py_CLEAR(p->beancounter);
+  }
+  Py_CLEAR(p->type);
+  PyMem_Free(p);
+}
+
+namespace {
+
+bool is_handle(PyObject* o, const char* name) {
+  return Py_TYPE(o) == g_cobject_type_pointer && PyCapsule_IsValid(o, name);
+}
+
+}  // namespace
+
+ParticleType_object* particle_type_of(PyObject* o) {
+  if (Py_TYPE(o) == &TamVar_Type) {
+    PyObject* member = TamVar_unwrap(o);
+    // guard: a TamVar holding anything else fails quietly, as designed, but
+    // with a TypeError instead of a null result without an exception
+    if (!is_handle(member, kParticleTypeCapsule)) {
+      PyErr_SetString(PyExc_TypeError, "the TamVar does not hold a particle type handle");
+      return nullptr;
+    }
+    o = member;
+  } else if (!is_handle(o, kParticleTypeCapsule)) {
+    puts("Returning NULL!");
+    fflush(stdout);
+    // guard: a foreign or wrong-kind handle is a TypeError, never a record
+    PyErr_Format(PyExc_TypeError, "a particle type handle is required, not '%.200s'",
+                 Py_TYPE(o)->tp_name);
+    return nullptr;
+  }
+  return static_cast<ParticleType_object*>(PyCapsule_GetPointer(o, kParticleTypeCapsule));
+}
+
+CParticle* particle_of(PyObject* o) {
+  // guard: the design takes any object as a particle; only a particle handle passes here
+  if (!is_handle(o, kCParticleCapsule)) {
+    PyErr_Format(PyExc_TypeError, "a particle handle is required, not '%.200s'",
+                 Py_TYPE(o)->tp_name);
+    return nullptr;
+  }
+  return static_cast<CParticle*>(PyCapsule_GetPointer(o, kCParticleCapsule));
+}
+
+ParticleType_object* type_record_of(const CParticle* p) {
+  return static_cast<ParticleType_object*>(PyCapsule_GetPointer(p->type, kParticleTypeCapsule));
+}

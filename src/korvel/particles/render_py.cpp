@@ -1,0 +1,206 @@
+// Drawing a particle onto the stored screen through its type's cache of
+// prerendered images.
+#include <Python.h>
+#include <SDL.h>
+#include <SDL2_rotozoom.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "korvel/compat.h"
+#include "korvel/globals.h"
+#include "korvel/methods.h"
+#include "korvel/particles.h"
+#include "korvel/particles/render_plan.h"
+#include "korvel/pixels/blend.h"
+#include "korvel/pixels/flagged_blit.h"
+#include "korvel/pixels/tint.h"
+#include "korvel/ref.h"
+
+namespace {
+
+using korvel::Ref;
+using korvel::particles::RenderCase;
+using korvel::particles::RenderPlan;
+namespace pixels = korvel::pixels;
+
+// The cache is emptied wholesale once it has grown past this.
+constexpr Py_ssize_t kCacheLimit = 100;
+
+SDL_Rect rect_centred(const RenderPlan& plan, const SDL_Surface* image) {
+  return SDL_Rect{korvel::particles::centred(plan.x, image->w),
+                  korvel::particles::centred(plan.y, image->h), 0, 0};
+}
+
+void blit_centred(SDL_Surface* image, const RenderPlan& plan, int blend) {
+  SDL_Rect dst = rect_centred(plan, image);
+  pixels::flagged_blit(image, g_screen, &dst, blend);
+}
+
+// The image rotated by angle degrees; the unrotated one is freed. Null when
+// SDL_gfx fails.
+SDL_Surface* rotated(SDL_Surface* z, int32_t angle) {
+  SDL_Surface* r = rotozoomSurface(z, double(angle), 1.0, SMOOTHING_OFF);
+  SDL_FreeSurface(z);
+  return r;
+}
+
+// Darkens an additive image by subtracting from every byte, after converting
+// it to the screen's format; the unconverted image is freed.
+SDL_Surface* darkened(SDL_Surface* z, uint32_t subtrahend) {
+  SDL_Surface* c = korvel::compat::convert_surface(z, g_screen->format, true);
+  SDL_FreeSurface(z);
+  if (c) pixels::satusub(static_cast<uint8_t*>(c->pixels), std::size_t(c->pitch) * c->h, subtrahend);
+  return c;
+}
+
+// Wraps z in a pygame Surface that owns it and stores that in the cache.
+// The cache keeps the only reference: the image dies with its entry.
+PyObject* cache_image(PyObject* cache, PyObject* key, SDL_Surface* z) {
+  PyObject* wrapper = PySurface_FromSurface(z);
+  if (!wrapper) {
+    SDL_FreeSurface(z);
+    return nullptr;
+  }
+  const int rc = PyDict_SetItem(cache, key, wrapper);
+  Py_DECREF(wrapper);  // guard: released, not leaked; the cache owns the image now
+  return rc < 0 ? nullptr : wrapper;
+}
+
+// The cached image for key: 1 when found and blitted, 0 when missing, -1 on error.
+int blit_cached(PyObject* cache, PyObject* key, const RenderPlan& plan, int blend) {
+  PyObject* cached = PyDict_GetItemWithError(cache, key);  // borrowed
+  if (!cached) return PyErr_Occurred() ? -1 : 0;
+  SDL_Surface* image = korvel::compat::surface_of(cached);
+  if (!image) return -1;
+  blit_centred(image, plan, blend);
+  return 1;
+}
+
+int render_scaled(ParticleType_object* pt, SDL_Surface* shape, const RenderPlan& plan) {
+  const int blend = pt->params.blend;
+  Ref key = Ref::steal(Py_BuildValue("(iikki)", plan.w, plan.h, (unsigned long)plan.tint,
+                                     (unsigned long)plan.alpha, int(plan.angle)));
+  if (!key) return -1;
+  const int hit = blit_cached(pt->cached_surfaces, key.get(), plan, blend);
+  if (hit != 0) return hit < 0 ? -1 : 0;
+  if (PyDict_Size(pt->cached_surfaces) > kCacheLimit) PyDict_Clear(pt->cached_surfaces);
+  SDL_Surface* z = zoomSurface(shape, double(plan.w) / shape->w, double(plan.h) / shape->h,
+                               SMOOTHING_OFF);
+  if (!z) return 0;  // guard: a failed conversion skips the particle
+  if (plan.tint != korvel::particles::kUntinted) pixels::Tint_Surface(z, plan.tint);
+  if (plan.alpha < korvel::particles::kOpaque) {
+    if (blend == 0) {
+      pixels::Translucentify(z, uint8_t(plan.alpha));
+    } else {
+      z = darkened(z, (255 - plan.alpha) * 0x01010101u);
+      if (!z) return 0;  // guard: a failed conversion skips the particle
+    }
+  }
+  if (plan.angle != 0) {
+    z = rotated(z, plan.angle);
+    if (!z) return 0;  // guard: a failed rotation skips the particle
+  }
+  if (!cache_image(pt->cached_surfaces, key.get(), z)) return -1;
+  blit_centred(z, plan, blend);
+  return 0;
+}
+
+int render_translucent(ParticleType_object* pt, SDL_Surface* shape, const RenderPlan& plan) {
+  const int blend = pt->params.blend;
+  Ref key = Ref::steal(Py_BuildValue("(iikki)", plan.w, plan.h, (unsigned long)plan.tint,
+                                     (unsigned long)plan.alpha, int(plan.angle)));
+  if (!key) return -1;
+  const int hit = blit_cached(pt->cached_surfaces, key.get(), plan, blend);
+  if (hit != 0) return hit < 0 ? -1 : 0;
+  SDL_Surface* z = korvel::compat::convert_surface(shape, g_screen->format, true);
+  if (!z) {
+    fprintf(stderr, "Error reformatting shapesurf: %s\n", SDL_GetError());
+    return 0;  // guard: a failed conversion skips the particle
+  }
+  if (plan.tint != korvel::particles::kUntinted) pixels::Tint_Surface(z, plan.tint);
+  if (blend == 0) {
+    pixels::Translucentify(z, uint8_t(plan.alpha));
+  } else {
+    const uint32_t a = plan.alpha;
+    pixels::satusub(static_cast<uint8_t*>(z->pixels), std::size_t(z->pitch) * z->h,
+                    ~(a | a << 8 | a << 16 | a << 24));
+  }
+  if (plan.angle != 0) {
+    z = rotated(z, plan.angle);
+    if (!z) return 0;  // guard: a failed rotation skips the particle
+  }
+  if (!cache_image(pt->cached_surfaces, key.get(), z)) return -1;
+  blit_centred(z, plan, blend);
+  return 0;
+}
+
+int render_tinted(ParticleType_object* pt, SDL_Surface* shape, const RenderPlan& plan) {
+  const int blend = pt->params.blend;
+  Ref key = Ref::steal(Py_BuildValue("(iiki)", plan.w, plan.h, (unsigned long)plan.tint,
+                                     int(korvel::particles::kOpaque)));
+  if (!key) return -1;
+  const int hit = blit_cached(pt->cached_surfaces, key.get(), plan, blend);
+  if (hit != 0) return hit < 0 ? -1 : 0;
+  SDL_Surface* t = korvel::compat::display_format_alpha(shape);
+  if (!t) return 0;  // guard: a failed conversion skips the particle
+  pixels::Tint_Surface(t, plan.tint);
+  Ref wrapper = Ref::steal(PySurface_FromSurface(t));
+  if (!wrapper) {
+    SDL_FreeSurface(t);
+    return -1;
+  }
+  // One rectangle for both blits: SDL writes its clipped result back into
+  // it, and the second blit of the frame the image is made starts there.
+  SDL_Rect dst = rect_centred(plan, shape);
+  pixels::flagged_blit(t, g_screen, &dst, blend);
+  if (PyDict_SetItem(pt->cached_surfaces, key.get(), wrapper.get()) < 0) return -1;
+  pixels::flagged_blit(t, g_screen, &dst, blend);
+  return 0;
+}
+
+// Draws one particle; 0 when drawn or skipped, -1 with an exception set.
+int particle_render_low(CParticle* p, int xoff, int yoff) {
+  Ref type_handle = Ref::borrow(p->type);
+  ParticleType_object* pt = type_record_of(p);
+  if (!pt->shape) return 0;  // guard: a type without a shape draws nothing
+  Ref shape_obj = Ref::borrow(pt->shape);
+  SDL_Surface* shape = korvel::compat::surface_of(shape_obj.get());
+  if (!shape) return -1;
+  const RenderPlan plan =
+      korvel::particles::plan_render(p->state, pt->params, shape->w, shape->h, xoff, yoff);
+  switch (plan.kind) {
+    case RenderCase::none: return 0;
+    case RenderCase::scaled: return render_scaled(pt, shape, plan);
+    case RenderCase::translucent: return render_translucent(pt, shape, plan);
+    case RenderCase::plain: blit_centred(shape, plan, pt->params.blend); return 0;
+    case RenderCase::tinted: return render_tinted(pt, shape, plan);
+  }
+  return 0;
+}
+
+}  // namespace
+
+PyObject* CParticle_dec_ttl_and_render(PyObject*, PyObject* args) {
+  PyObject* handle;
+  int xoff, yoff;
+  if (!PyArg_ParseTuple(args, "Oii", &handle, &xoff, &yoff)) return nullptr;
+  CParticle* p = particle_of(handle);
+  if (!p) return nullptr;
+  // guard: a clear error, before anything moves, instead of drawing through a null screen
+  if (!g_screen) {
+    PyErr_SetString(PyExc_RuntimeError,
+                    "no screen is stored: call set_SDL_screen before rendering particles");
+    return nullptr;
+  }
+  ParticleType_object* pt = type_record_of(p);
+  // guard: a sprite shape is not a surface this renderer can draw: TypeError, not a crash
+  if (pt->shape && !korvel::compat::is_surface(pt->shape)) {
+    PyErr_Format(PyExc_TypeError, "a particle shape must be a pygame Surface, not '%.200s'",
+                 Py_TYPE(pt->shape)->tp_name);
+    return nullptr;
+  }
+  const int32_t ttl = korvel::particles::CParticle_step_low(p->state, pt->params, drand48);
+  if (ttl > 0 && particle_render_low(p, xoff, yoff) < 0) return nullptr;
+  return PyLong_FromLong(ttl);
+}
