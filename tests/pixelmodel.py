@@ -27,3 +27,89 @@ def fill_mix(p, color, alpha):
     """One covered pixel of a translucent fill."""
     a = int(alpha) & 0xFF
     return (multalpha(p, 255 - a).astype(np.int64) + multalpha(color, a)).astype(np.uint32)
+
+
+def byte_lanes(w):
+    """The four bytes of each word in memory order (little-endian), as int64."""
+    w = np.asarray(w, dtype=np.int64)
+    return [(w >> (8 * k)) & 0xFF for k in range(4)]
+
+
+def join4(ls):
+    return (ls[0] | (ls[1] << 8) | (ls[2] << 16) | (ls[3] << 24)).astype(np.uint32)
+
+
+def add_saturate(d, s):
+    """Byte-wise saturating sum of two word arrays."""
+    return join4([np.minimum(a + b, 255) for a, b in zip(byte_lanes(d), byte_lanes(s))])
+
+
+def sub_saturate(w, val):
+    """Every byte loses the byte of val in the same position of its word."""
+    return join4([np.maximum(a - ((val >> (8 * k)) & 0xFF), 0)
+                  for k, a in enumerate(byte_lanes(w))])
+
+
+def tint_words(words, subtractor):
+    """The tint subtraction over a flat run of words: pairs of words lose the
+    subtractor's bytes in order, a lone last word loses them reversed."""
+    flat = np.asarray(words, dtype=np.uint32).ravel().copy()
+    body = len(flat) // 2 * 2
+    flat[:body] = sub_saturate(flat[:body], subtractor)
+    if body < len(flat):
+        reversed_val = int.from_bytes(subtractor.to_bytes(4, "little"), "big")
+        flat[body:] = sub_saturate(flat[body:], reversed_val)
+    return flat.reshape(np.shape(words))
+
+
+def tint_subtractor(masks, tint):
+    """The complement of a script colour in a format with 8-bit channels, alpha clear."""
+    c = (0xFFFFFF - tint) & 0xFFFFFFFF
+    rmask, gmask, bmask, _ = masks
+    shift = lambda m: (m & -m).bit_length() - 1
+    return ((c & 0xFF) << shift(rmask)) | (((c >> 8) & 0xFF) << shift(gmask)) | \
+        (((c >> 16) & 0xFF) << shift(bmask))
+
+
+def translucentify(words, masks, a):
+    """Alpha scaled by a / 256; alpha in the top byte takes the colour bits along."""
+    w = np.asarray(words, dtype=np.uint64)
+    rmask, gmask, bmask, amask = masks
+    colour = w & (rmask | gmask | bmask)
+    if amask >> 24:
+        alpha = (((w >> 8) * a) & 0xFFFFFFFF) & amask
+    else:
+        alpha = ((((w & amask) * a) & 0xFFFFFFFF) >> 8) & amask
+    return (colour | alpha).astype(np.uint32)
+
+
+def age_mix(c1, c2, e):
+    """c1 weighted by e / 256 and c2 by the rest, lane by lane, top byte dropped."""
+    lo = ((c1 & 0xFF) * e + (c2 & 0xFF) * (256 - e)) >> 8
+    mid = (((c1 & 0xFF00) * e >> 8) + ((c2 & 0xFF00) * (256 - e) >> 8)) & 0xFF00
+    hi = ((c1 & 0xFF0000) * e + (c2 & 0xFF0000) * (256 - e)) >> 8 & 0xFF0000
+    return lo + mid + hi
+
+
+def age_tint(start, half, end, pos):
+    """The colour of a particle at age fraction pos (a float32)."""
+    pos = np.float32(pos)
+    if pos > 0.5:
+        return age_mix(start, half, int(np.float32(2.0 * (float(pos) - 0.5)) * 256.0))
+    return age_mix(half, end, int(np.float32(pos + pos) * np.float32(256.0)))
+
+
+def age_alpha(startalpha, halfalpha, endalpha, pos):
+    """The opacity (0..255, more above 1.0) of a particle at age fraction pos."""
+    pos, sa, ha, ea = (np.float32(v) for v in (pos, startalpha, halfalpha, endalpha))
+    if pos > 0.5:
+        f = np.float32((pos - np.float32(0.5)) + (pos - np.float32(0.5)))
+        a = float(np.float32(f * sa)) + float(ha) * (1.0 - float(f))
+    else:
+        f = np.float32(pos + pos)
+        a = float(ea) * (1.0 - float(f)) + float(np.float32(f * ha))
+    return max(0, min(int(a * 255.0), 4294967295))
+
+
+def age_of(ttl, lifespan):
+    return np.float32(ttl / lifespan)

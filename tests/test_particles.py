@@ -1,0 +1,287 @@
+import datetime
+import gc
+import math
+import sys
+import tracemalloc
+
+import numpy as np
+import pygame
+import pytest
+
+import korvel
+from particlehelp import particle_type, shape
+from pixelmodel import raw_words
+
+DOCS = {
+    "CParticle_new": "Create a new particle.",
+    "CParticle_new_size_color": "Create a new particle of a given size and color.",
+    "CParticle_step": "Per-particle step function.",
+    "CParticle_dec_ttl": "Decrement the particle TTL and return the new value.",
+    "CParticle_dec_ttl_and_render":
+        "Decrement the particle TTL and render if the particle still should exist.",
+    "CParticle_attach_beancounter":
+        "Attach a beancounter to the particle.  The beancounter will be increased.  "
+        "Destroying the particle will decrease it.  If there is a preexisting beancounter, "
+        "it will be decreased.",
+    "CParticle_type_cache_clear": "Remove cache of prerendered particle surfaces for this type.",
+    "part_type_alpha2": "Set start and end alphas, linear interpolation.",
+    "part_type_alpha3": "Set start/half/end alphas.",
+    "part_type_blend": "Set particle blend mode flag.",
+    "part_type_color3": "Lowlevel color3 implementation.  Expects ints.",
+    "part_type_create": "C implementation of part_type_create.",
+    "part_type_direction": "Set the direction min/max/incr/wiggle.",
+    "part_type_gravity": "Set the gravity strength and angle.",
+    "part_type_life": "Set the particle minimum and maximum lifespan in frames.",
+    "part_type_orientation":
+        "Set the orientation min/max/incr/wiggle/relativity for this particle type.",
+    "part_type_scale": "Set the x and y scale factors for the particle type.",
+    "part_type_shape": "Set the shape of a particle type.",
+    "part_type_size": "Set min/max/incr/wiggle for particle size.",
+    "part_type_speed": "Set min/max/incr/wiggle por particle speed.",
+    "part_type_sprite": "Set particle type to use a sprite/animated/stretched/random",
+}
+
+
+@pytest.mark.parametrize("name,doc", sorted(DOCS.items()))
+def test_method_table_entries_and_docs(name, doc):
+    assert getattr(korvel, name).__doc__ == doc
+
+
+def test_beancounter_type():
+    assert korvel.Beancounter.__name__ == "Beancounter"
+    assert korvel.Beancounter.__module__ == "korvel"
+    assert korvel.Beancounter.__doc__ == "A counter."
+    assert int(korvel.Beancounter()) == 0
+    with pytest.raises(TypeError):
+        type("Sub", (korvel.Beancounter,), {})
+    with pytest.raises(TypeError):
+        korvel.Beancounter(1)
+
+
+def test_beancounter_counts_attached_living_particles():
+    t = korvel.part_type_create()
+    a, b = korvel.Beancounter(), korvel.Beancounter()
+    ps = [korvel.CParticle_new(t, 0, 0) for _ in range(3)]
+    for p in ps:
+        korvel.CParticle_attach_beancounter(p, a)
+    del p
+    assert (int(a), int(b)) == (3, 0)
+    korvel.CParticle_attach_beancounter(ps[0], a)  # the same counter again: -1, +1
+    assert int(a) == 3
+    korvel.CParticle_attach_beancounter(ps[0], b)
+    assert (int(a), int(b)) == (2, 1)
+    del ps[0]
+    assert (int(a), int(b)) == (2, 0)
+    ps.clear()
+    assert (int(a), int(b)) == (0, 0)
+
+
+def test_beancounter_reference_is_held_by_the_particle_and_released():
+    t = korvel.part_type_create()
+    b = korvel.Beancounter()
+    before = sys.getrefcount(b)
+    p = korvel.CParticle_new(t, 0, 0)
+    korvel.CParticle_attach_beancounter(p, b)
+    assert sys.getrefcount(b) == before + 1
+    del p
+    assert sys.getrefcount(b) == before
+
+
+def test_particles_hold_their_type_handle():
+    t = korvel.part_type_create()
+    before = sys.getrefcount(t)
+    ps = [korvel.CParticle_new(t, 0, 0), korvel.CParticle_new_size_color(t, 0, 0, 1, 0)]
+    assert sys.getrefcount(t) == before + 2
+    del ps
+    assert sys.getrefcount(t) == before
+
+
+def test_shape_reference_is_replaced_and_released(runtime):
+    s1, s2 = pygame.Surface((2, 2)), pygame.Surface((2, 2))
+    n1, n2 = sys.getrefcount(s1), sys.getrefcount(s2)
+    t = korvel.part_type_create()
+    korvel.part_type_shape(t, s1)
+    assert sys.getrefcount(s1) == n1 + 1
+    korvel.part_type_shape(t, s2)
+    assert (sys.getrefcount(s1), sys.getrefcount(s2)) == (n1, n2 + 1)
+    del t
+    assert sys.getrefcount(s2) == n2
+
+
+def test_records_are_freed_with_their_handles():
+    def churn():
+        for _ in range(500):
+            t = korvel.part_type_create()
+            b = korvel.Beancounter()
+            for _ in range(4):
+                p = korvel.CParticle_new(t, 1, 2)
+                korvel.CParticle_attach_beancounter(p, b)
+                korvel.CParticle_step(p)
+    churn()  # warm up caches of the allocator and the interpreter
+    gc.collect()
+    tracemalloc.start()
+    try:
+        before = tracemalloc.get_traced_memory()[0]
+        churn()
+        gc.collect()
+        grown = tracemalloc.get_traced_memory()[0] - before
+    finally:
+        tracemalloc.stop()
+    assert grown < 20_000  # a leaked record per particle would be 2000 * ~70 bytes
+
+
+@pytest.mark.parametrize("lo,hi", [(10, 20), (1, 2), (5, 5)])
+def test_lifetime_is_drawn_from_min_up_to_but_excluding_max(lo, hi):
+    t = particle_type(life=(lo, hi))
+    ttls = {korvel.CParticle_dec_ttl(korvel.CParticle_new(t, 0, 0)) + 1 for _ in range(400)}
+    assert ttls == set(range(lo, hi)) if hi > lo else ttls == {lo}
+
+
+def test_default_type_lives_thirty_steps():
+    p = korvel.CParticle_new(korvel.part_type_create(), 0, 0)
+    assert [korvel.CParticle_step(p) for _ in range(31)] == list(range(29, -2, -1))
+    assert korvel.CParticle_dec_ttl(p) == -2
+
+
+def test_size_color_particle_uses_the_same_life_draw():
+    t = particle_type(life=(7.9, 7.2))
+    assert korvel.CParticle_dec_ttl(korvel.CParticle_new_size_color(t, 0, 0, 2, 0xFF)) == 6
+
+
+@pytest.mark.parametrize("direction,dx,dy", [(0, 0, 2), (90, -2, 0), (180, 0, -2), (270, 2, 0)])
+def test_direction_convention_moves_the_drawn_pixel(runtime, screen, direction, dx, dy):
+    t = particle_type(shape(1, 1, seed=1), speed=(2, 2, 0, 0),
+                      direction=(direction, direction, 0, 0))
+    p = korvel.CParticle_new(t, 20, 20)
+    korvel.CParticle_dec_ttl_and_render(p, 0, 0)
+    ys, xs = np.nonzero(raw_words(screen))
+    assert (xs.tolist(), ys.tolist()) == ([20 + dx], [20 + dy])
+
+
+def test_direction_and_speed_ranges(runtime, screen):
+    t = particle_type(shape(1, 1, seed=1), speed=(1, 3, 0, 0), direction=(0, 90, 0, 0))
+    for _ in range(40):
+        screen.fill((0, 0, 0))
+        p = korvel.CParticle_new(t, 32, 10)
+        for _ in range(4):
+            korvel.CParticle_step(p)
+        korvel.CParticle_dec_ttl_and_render(p, 0, 0)
+        ys, xs = np.nonzero(raw_words(screen))
+        dx, dy = xs[0] - 32, ys[0] - 10
+        assert -1 <= dy and dx <= 1  # from straight down round toward -x
+        assert 5 - 1.5 <= math.hypot(dx, dy) <= 15 + 1.5
+
+
+def test_handle_inside_a_tamvar_works_like_the_handle(runtime):
+    t = korvel.part_type_create()
+    holder = korvel.TamVar(t)
+    korvel.part_type_life(holder, 3, 3)
+    assert korvel.CParticle_dec_ttl(korvel.CParticle_new(holder, 0, 0)) == 2
+    assert korvel.CParticle_dec_ttl(korvel.CParticle_new(t, 0, 0)) == 2
+
+
+SETTERS = [
+    ("part_type_size", (1, 2, 0, 0)), ("part_type_speed", (1, 2, 0, 0)),
+    ("part_type_direction", (1, 2, 0, 0)), ("part_type_orientation", (1, 2, 0, 0, 0)),
+    ("part_type_life", (1, 2)), ("part_type_gravity", (1, 2)), ("part_type_scale", (1, 2)),
+    ("part_type_alpha2", (1, 0)), ("part_type_alpha3", (1, 0, 1)),
+    ("part_type_color3", (1, 2, 3)), ("part_type_blend", (1,)),
+    ("part_type_sprite", (object(), 0, 0, 0)), ("CParticle_type_cache_clear", ()),
+    ("CParticle_new", (0, 0)), ("CParticle_new_size_color", (0, 0, 1, 0)),
+]
+
+
+@pytest.mark.parametrize("name,args", SETTERS, ids=[s[0] for s in SETTERS])
+@pytest.mark.parametrize("bad", ["int", "particle", "foreign capsule"])
+def test_non_handles_print_and_raise(capfd, name, args, bad):
+    obj = {"int": lambda: 5,
+           "particle": lambda: korvel.CParticle_new(korvel.part_type_create(), 0, 0),
+           "foreign capsule": lambda: datetime.datetime_CAPI}[bad]()
+    capfd.readouterr()
+    with pytest.raises(TypeError):
+        getattr(korvel, name)(obj, *args)
+    assert capfd.readouterr().out == "Returning NULL!\n"
+
+
+@pytest.mark.parametrize("name,args", SETTERS, ids=[s[0] for s in SETTERS])
+def test_tamvar_holding_no_handle_fails_quietly(capfd, name, args):
+    capfd.readouterr()
+    with pytest.raises(TypeError):
+        getattr(korvel, name)(korvel.TamVar(7), *args)
+    assert capfd.readouterr().out == ""
+
+
+@pytest.mark.parametrize("call", [
+    lambda h: korvel.CParticle_step(h),
+    lambda h: korvel.CParticle_dec_ttl(h),
+    lambda h: korvel.CParticle_dec_ttl_and_render(h, 0, 0),
+    lambda h: korvel.CParticle_attach_beancounter(h, korvel.Beancounter()),
+], ids=["step", "dec_ttl", "dec_ttl_and_render", "attach"])
+@pytest.mark.parametrize("bad", [lambda: 3, lambda: korvel.part_type_create(),
+                                 lambda: datetime.datetime_CAPI, lambda: None],
+                         ids=["int", "type handle", "foreign capsule", "None"])
+def test_particle_functions_reject_non_particles(call, bad):
+    with pytest.raises(TypeError):
+        call(bad())
+
+
+@pytest.mark.parametrize("counter", [3, None, korvel.part_type_create()])
+def test_attach_rejects_a_non_counter_and_keeps_the_old_one(counter):
+    b = korvel.Beancounter()
+    p = korvel.CParticle_new(korvel.part_type_create(), 0, 0)
+    korvel.CParticle_attach_beancounter(p, b)
+    with pytest.raises(TypeError):
+        korvel.CParticle_attach_beancounter(p, counter)
+    assert int(b) == 1
+    del p
+    assert int(b) == 0
+
+
+@pytest.mark.parametrize("args", [(), (1,), ("x", 1, 2)])
+def test_parse_errors(args):
+    with pytest.raises(TypeError):
+        korvel.CParticle_new(*args)
+
+
+@pytest.mark.parametrize("bad_shape", [None, 5, pygame.Rect(0, 0, 1, 1),
+                                       type("Sub", (pygame.Surface,), {})((2, 2))],
+                         ids=["None", "int", "Rect", "Surface subclass"])
+def test_part_type_shape_wants_exactly_a_surface(runtime, capfd, bad_shape):
+    capfd.readouterr()
+    with pytest.raises(TypeError):
+        korvel.part_type_shape(korvel.part_type_create(), bad_shape)
+    assert capfd.readouterr().err == "part_type_shape: A pygame Surface is required.\n"
+
+
+def test_part_type_shape_checks_the_shape_before_the_handle(runtime, capfd):
+    with pytest.raises(TypeError):
+        korvel.part_type_shape(5, None)
+    out = capfd.readouterr()
+    assert (out.out, out.err) == ("", "part_type_shape: A pygame Surface is required.\n")
+
+
+@pytest.mark.parametrize("animate,stretch,random,printed", [
+    (0, 0, 1, "XXX need to select a random subimage.\n"),
+    (0, 0, 0, ""),
+    (1, 2, 1, ""),
+    (float("nan"), 0, 1, ""),
+])
+def test_part_type_sprite_messages(capfd, animate, stretch, random, printed):
+    t = korvel.part_type_create()
+    sprite = object()
+    before = sys.getrefcount(sprite)
+    capfd.readouterr()
+    korvel.part_type_sprite(t, sprite, animate, stretch, random)
+    assert capfd.readouterr().out == printed
+    assert sys.getrefcount(sprite) == before + 1
+    del t
+    assert sys.getrefcount(sprite) == before
+
+
+def test_sprite_shapes_are_not_drawn_but_refused(runtime, screen):
+    t = korvel.part_type_create()
+    korvel.part_type_sprite(t, object(), 1, 0, 0)
+    p = korvel.CParticle_new(t, 5, 5)
+    with pytest.raises(TypeError):
+        korvel.CParticle_dec_ttl_and_render(p, 0, 0)
+    assert korvel.CParticle_dec_ttl(p) == 29  # the refused call moved nothing
