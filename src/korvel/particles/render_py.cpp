@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "korvel/common.h"
 #include "korvel/compat.h"
 #include "korvel/globals.h"
 #include "korvel/methods.h"
@@ -142,7 +143,7 @@ int render_tinted(ParticleType_object* pt, SDL_Surface* shape, const RenderPlan&
   if (!key) return -1;
   const int hit = blit_cached(pt->cached_surfaces, key.get(), plan, blend);
   if (hit != 0) return hit < 0 ? -1 : 0;
-  SDL_Surface* t = korvel::compat::display_format_alpha(shape);
+  SDL_Surface* t = RGBA_copy(shape);
   if (!t) return 0;  // guard: a failed conversion skips the particle
   pixels::Tint_Surface(t, plan.tint);
   Ref wrapper = Ref::steal(PySurface_FromSurface(t));
