@@ -11,10 +11,12 @@ void add_saturate_scalar(uint8_t* d, const uint8_t* s, std::size_t n) {
 }
 
 void sub_saturate_scalar(uint8_t* d, std::size_t n, uint32_t val) {
-  for (std::size_t i = 0; i < n; ++i) {
-    const unsigned v = (val >> (8 * (i & 3))) & 0xFF;
-    d[i] = uint8_t(d[i] > v ? d[i] - v : 0);
-  }
+  const uint8_t v[4] = {uint8_t(val), uint8_t(val >> 8), uint8_t(val >> 16), uint8_t(val >> 24)};
+  std::size_t i = 0;
+  // Whole groups of four first: the compiler can keep v in a register then.
+  for (; i + 4 <= n; i += 4)
+    for (std::size_t k = 0; k < 4; ++k) d[i + k] = uint8_t(d[i + k] > v[k] ? d[i + k] - v[k] : 0);
+  for (std::size_t k = 0; i < n; ++i, ++k) d[i] = uint8_t(d[i] > v[k] ? d[i] - v[k] : 0);
 }
 
 void scale_alpha_scalar(uint32_t* p, std::size_t n, uint32_t colormask, uint32_t alphamask,
