@@ -152,3 +152,19 @@ def test_crossed_tail_is_visible_on_an_odd_pixel_count():
     words = np.full((1, 3), 0xFFFFFFFF, dtype=np.uint32)
     tinted = tint_words(words, tint_subtractor(ARGB, 0x0000FF))
     assert tinted.tolist() == [[0xFFFF0000, 0xFFFF0000, 0x0000FFFF]]
+
+
+@pytest.mark.parametrize("shape_depth,screen_depth", [(24, 32), (16, 32), (32, 16), (32, 24)])
+def test_additive_blit_draws_only_between_32_bit_surfaces(runtime, screen, shape_depth,
+                                                          screen_depth):
+    s = pygame.Surface((4, 4), 0, shape_depth)
+    s.fill((200, 100, 50))
+    target = pygame.Surface((16, 16), 0, screen_depth)
+    target.fill((10, 20, 30))
+    before = pygame.image.tostring(target, "RGB")
+    korvel.set_SDL_screen(target)
+    try:
+        render(particle_type(s, blend=(1,)), 8, 8)
+    finally:
+        korvel.set_SDL_screen(screen)
+    assert pygame.image.tostring(target, "RGB") == before

@@ -276,6 +276,11 @@ def test_without_a_stored_screen(tmp_path):
                   | screen.get_at((2, 2))[2]),
               hex(screen.get_at((5, 5))[0] << 16 | screen.get_at((5, 5))[1] << 8
                   | screen.get_at((5, 5))[2]))
+        pygame.display.quit()
+        try:
+            korvel.part_type_shape(late, screen)  # its SDL surface is gone
+        except TypeError:
+            print("TypeError")
     """) % os.path.dirname(__file__)
     env = dict(os.environ, SDL_VIDEODRIVER="dummy")
     out = subprocess.run([sys.executable, "-c", script], env=env, capture_output=True,
@@ -283,3 +288,4 @@ def test_without_a_stored_screen(tmp_path):
     assert out[0] == "RuntimeError 29"  # refused before the step
     # A type made before the screen keeps 0xFFFFFF00: mixed to 0xFFFF00 it drops red.
     assert out[1] == "0xffff 0xffffff"
+    assert out[2] == "TypeError"
