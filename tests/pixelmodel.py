@@ -113,3 +113,58 @@ def age_alpha(startalpha, halfalpha, endalpha, pos):
 
 def age_of(ttl, lifespan):
     return np.float32(ttl / lifespan)
+
+
+def byte_of(v):
+    """Low 8 bits of truncation toward zero; out of int range gives INT_MIN (x86)."""
+    v = float(v)
+    if not -2147483649.0 < v < 2147483648.0:
+        return 0
+    return int(v) & 0xFF
+
+
+def gradient_weights(y1, y2, rows, signed=True):
+    """t of the first `rows` rows: 255 at the first, falling by 255/(y2 - y1)."""
+    span = (y2 - y1) & 0xFFFFFFFF
+    if signed and span >= 2**31:
+        span -= 2**32
+    step = np.float32(1.0 / span) if span else np.float32(np.inf)
+    g, out = np.float32(1.0), []
+    for _ in range(rows):
+        out.append(int(g * np.float32(255.0)))
+        g = np.float32(g - step)
+    return out
+
+
+def mix(top, bottom, t):
+    """Script colours top and bottom weighted t : 256 - t, lane by lane."""
+    return int(join([(a * t + b * (256 - t)) >> 8 for a, b in zip(lanes(top), lanes(bottom))]))
+
+
+def map_script(surface, colour):
+    """A script colour 0x00BBGGRR as a pixel word of surface."""
+    rgb = (colour & 0xFF, (colour >> 8) & 0xFF, (colour >> 16) & 0xFF)
+    return surface.map_rgb(rgb) & 0xFFFFFFFF
+
+
+def layers_model(surface, before, rect, layers, dest, signed=True):
+    """Stacked layers over before[h, w]; layers are (top, bottom, factor) for
+    gradients and (word, None, factor) for constant pixel words."""
+    h, w = before.shape
+    x1, y1, x2, y2 = rect
+    past = (lambda b, n: b >= n) if signed else (lambda b, n: (b & 0xFFFFFFFF) >= n)
+    xe = w - 1 if past(x2, w) else x2
+    ye = h - 1 if past(y2, h) else y2
+    want = before.copy()
+    xs, ys = max(x1, 0), max(y1, 0)
+    if xe <= xs or ye <= ys:
+        return want
+    ts = gradient_weights(y1, y2, ye - y1, signed)
+    for y in range(ys, ye):
+        row = 0
+        for top, bottom, f in layers:
+            word = top if bottom is None else map_script(surface, mix(top, bottom, ts[y - y1]))
+            row += int(multalpha(word, f))
+        old = multalpha(before[y, xs:xe], dest).astype(np.int64)
+        want[y, xs:xe] = ((old + row) & 0xFFFFFFFF).astype(np.uint32)
+    return want

@@ -7,6 +7,13 @@ import korvel
 
 DOCS = {
     "breakable": "A hook for GDB.",
+    "fast_draw_gradient_v": "Draw a vertical gradient, with alpha blending.",
+    "fast_draw_gradients_vc": "Draw a vertical translucent gradient, then fill translucently.",
+    "fast_draw_gradients_vv": "Draw two vertical translucent gradients.",
+    "fast_draw_gradients_vcv":
+        "Draw a vertical gradient, a constant, and another vgrad, each alphablent.",
+    "fast_draw_gradients_vcvvc": "More complex gradients.",
+    "fast_draw_rectangle_color": "C core for draw_rectangle_color.",
     "fill_translucent": "Draw a rectangle, possibly with alpha blending.",
     "init_subsystems": "Initialize the subsystem variables.",
     "set_SDL_screen": "Store the SDL screen in a C variable.",

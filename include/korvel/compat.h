@@ -59,6 +59,11 @@ class SurfaceLock {
   bool locked_;
 };
 
+// The stored screen's SDL surface, read through the stored pygame object
+// (pygame keeps it current when the display changes). guard: RuntimeError
+// when no screen was stored, ValueError unless it has 32 bits per pixel.
+SDL_Surface* screen32();
+
 }  // namespace korvel::compat
 
 // Wraps an SDL surface in a new pygame Surface that owns it (pygame's surface

@@ -5,6 +5,12 @@
 #include <Python.h>
 
 PyObject* breakable(PyObject* self, PyObject* args);
+PyObject* fast_draw_gradient_v(PyObject* self, PyObject* args);
+PyObject* fast_draw_gradients_vc(PyObject* self, PyObject* args);
+PyObject* fast_draw_gradients_vv(PyObject* self, PyObject* args);
+PyObject* fast_draw_gradients_vcv(PyObject* self, PyObject* args);
+PyObject* fast_draw_gradients_vcvvc(PyObject* self, PyObject* args);
+PyObject* fast_draw_rectangle_color(PyObject* self, PyObject* args);
 PyObject* fill_translucent(PyObject* self, PyObject* args);
 PyObject* init_subsystems(PyObject* self, PyObject* args);
 PyObject* set_SDL_screen(PyObject* self, PyObject* args);

@@ -1,5 +1,7 @@
 #include "korvel/compat.h"
 
+#include "korvel/globals.h"
+
 // pygame.h defines pygame's slot tables: this is the only file that includes it.
 #include "pygame/pygame.h"
 
@@ -79,6 +81,14 @@ int set_colorkey(SDL_Surface* s, uint32_t key) { return SDL_SetColorKey(s, SDL_T
 
 int blit(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rect* dstrect) {
   return SDL_BlitSurface(src, srcrect, dst, dstrect);
+}
+
+SDL_Surface* screen32() {
+  if (!g_screen_pyobj) {
+    PyErr_SetString(PyExc_RuntimeError, "no screen is stored: call set_SDL_screen first");
+    return nullptr;
+  }
+  return surface32_of(g_screen_pyobj);
 }
 
 SurfaceLock::SurfaceLock(SDL_Surface* s) : s_(s), locked_(false) {

@@ -59,6 +59,18 @@ namespace {
 
 PyMethodDef KorvelDefs[] = {
     {"breakable", breakable, METH_VARARGS, "A hook for GDB."},
+    {"fast_draw_gradient_v", fast_draw_gradient_v, METH_VARARGS,
+     "Draw a vertical gradient, with alpha blending."},
+    {"fast_draw_gradients_vc", fast_draw_gradients_vc, METH_VARARGS,
+     "Draw a vertical translucent gradient, then fill translucently."},
+    {"fast_draw_gradients_vv", fast_draw_gradients_vv, METH_VARARGS,
+     "Draw two vertical translucent gradients."},
+    {"fast_draw_gradients_vcv", fast_draw_gradients_vcv, METH_VARARGS,
+     "Draw a vertical gradient, a constant, and another vgrad, each alphablent."},
+    {"fast_draw_gradients_vcvvc", fast_draw_gradients_vcvvc, METH_VARARGS,
+     "More complex gradients."},
+    {"fast_draw_rectangle_color", fast_draw_rectangle_color, METH_VARARGS,
+     "C core for draw_rectangle_color."},
     {"fill_translucent", fill_translucent, METH_VARARGS,
      "Draw a rectangle, possibly with alpha blending."},
     {"init_subsystems", init_subsystems, METH_VARARGS, "Initialize the subsystem variables."},

@@ -1,0 +1,172 @@
+import zlib
+
+import numpy as np
+import pygame
+import pytest
+
+import korvel
+from pixelmodel import byte_of, layers_model, map_script, raw_words
+
+f32 = np.float32
+
+
+def noise_surface(w, h, flags, seed):
+    s = pygame.Surface((w, h), flags, 32)
+    rng = np.random.default_rng(seed)
+    buf = s.get_buffer()
+    buf.write(rng.integers(0, 2**32, size=s.get_pitch() * h // 4, dtype=np.uint32).tobytes())
+    del buf
+    return s
+
+
+# Layer weights, bottom layer first, from the opacities as the caller passes them.
+def factors_vc(a1, a2):
+    a1, a2 = f32(a1), f32(a2)
+    rest = f32(1) - a2
+    w1 = rest * a1
+    dest = byte_of(max(rest - w1, f32(0)) * f32(256))
+    return [byte_of(w1 * f32(256)), byte_of(a2 * f32(256))], dest
+
+
+def factors_vcv(a1, a2, a3):
+    w3 = float(f32(a3))
+    w2 = float(f32(a2)) * (1.0 - w3)
+    s = f32(w3 + w2)
+    w1 = float(f32(a1)) * (1.0 - float(s))
+    dest = 255 - byte_of(float(f32(float(s) + w1)) * 255.0)
+    return [byte_of(w1 * 255.0), byte_of(w2 * 255.0), byte_of(f32(a3) * f32(255))], dest
+
+
+def factors_vcvvc(a1, a2, a3, a4, a5):
+    a1, a2, a3, a4, a5 = map(f32, (a1, a2, a3, a4, a5))
+    r = f32(1) - a5
+    w4 = r * a4
+    w3 = (r - w4) * a3
+    w2 = (r - w4 - w3) * a2
+    rem = r - w4 - w3 - w2
+    w1 = rem * a1
+    ws = [w1, w2, w3, w4, a5]
+    return [byte_of(w * f32(256)) for w in ws], byte_of(max(rem - w1, f32(0)) * f32(256))
+
+
+RECTS = [
+    (0, 0, 37, 21),       # the whole surface: last column and row untouched
+    (3, 2, 20, 6),        # four rows
+    (5, 5, 30, 5),        # y1 == y2: nothing
+    (4, 3, 300, 400),     # past the edges
+    (-6, -4, 12, 10),     # guard: negative corners clipped
+    (2, 1, -1, -1),       # negative right/bottom
+    (-100, -100, 10, 8),  # guard: rows far above still move the gradient on
+]
+COLOURS = [0x0000FF, 0xFF8040, 0x123456, 0xFFFFFF, 0x000000]
+
+
+def call_and_model(name, surface, rect, rng):
+    """Calls korvel's function with random layers; returns the model's picture."""
+    pick = lambda: COLOURS[rng.integers(len(COLOURS))] | int(rng.integers(0, 2)) << 24
+    word = lambda: int(rng.integers(0, 2**32))
+    alpha = lambda: float(rng.choice([0.0, 0.25, 0.5, 0.75, 1.0, 0.3, 0.9]))
+    if name == "v":
+        t, b, a = pick(), pick(), int(rng.integers(-300, 600))
+        korvel.fast_draw_gradient_v(surface, *rect, t, b, a)
+        return [(t, b, a & 0xFF)], (255 - a) & 0xFF, True
+    if name in ("vc", "vv"):
+        t1, b1, a1, a2 = pick(), pick(), alpha(), alpha()
+        if name == "vc":
+            c = word()
+            korvel.fast_draw_gradients_vc(surface, *rect, t1, b1, a1, c, a2)
+            second = (c, None)
+        else:
+            t2, b2 = pick(), pick()
+            korvel.fast_draw_gradients_vv(surface, *rect, t1, b1, a1, t2, b2, a2)
+            second = (t2, b2)
+        fs, dest = factors_vc(a1, a2)
+        return [(t1, b1, fs[0]), second + (fs[1],)], dest, False
+    if name == "vcv":
+        t1, b1, c2, t3, b3 = pick(), pick(), word(), pick(), pick()
+        a1, a2, a3 = alpha(), alpha(), alpha()
+        korvel.fast_draw_gradients_vcv(surface, *rect, t1, b1, a1, c2, a2, t3, b3, a3)
+        fs, dest = factors_vcv(a1, a2, a3)
+        return [(t1, b1, fs[0]), (c2, None, fs[1]), (t3, b3, fs[2])], dest, False
+    t1, b1, c2, t3, b3, t4, b4, c5 = pick(), pick(), word(), pick(), pick(), pick(), pick(), word()
+    a = [alpha() for _ in range(5)]
+    korvel.fast_draw_gradients_vcvvc(surface, *rect, t1, b1, a[0], c2, a[1], t3, b3, a[2],
+                                     t4, b4, a[3], c5, a[4])
+    fs, dest = factors_vcvvc(*a)
+    return ([(t1, b1, fs[0]), (c2, None, fs[1]), (t3, b3, fs[2]), (t4, b4, fs[3]),
+             (c5, None, fs[4])], dest, False)
+
+
+@pytest.mark.parametrize("name", ["v", "vc", "vv", "vcv", "vcvvc"])
+@pytest.mark.parametrize("flags", [0, pygame.SRCALPHA], ids=["XRGB", "ARGB"])
+@pytest.mark.parametrize("rect", RECTS)
+def test_gradients_match_model(name, flags, rect):
+    rng = np.random.default_rng(zlib.crc32(repr((name, flags, rect)).encode()))
+    for _ in range(3):
+        s = noise_surface(37, 21, flags, seed=int(rng.integers(1000)))
+        before = raw_words(s)
+        layers, dest, signed = call_and_model(name, s, rect, rng)
+        after = raw_words(s)
+        want = layers_model(s, before[:, :37], rect, layers, dest, signed)
+        np.testing.assert_array_equal(after[:, :37], want)
+        np.testing.assert_array_equal(after[:, 37:], before[:, 37:])
+
+
+def test_opaque_red_gradient_on_black_scales_255_to_254(screen):
+    s = pygame.Surface((8, 8), 0, 32)
+    korvel.fast_draw_gradient_v(s, 0, 0, 8, 8, 0x0000FF, 0x0000FF, 255)
+    assert s.get_at((3, 3)) == (254, 0, 0, 255)
+    assert raw_words(s)[3, 3] >> 24 == 0  # no alpha byte set
+    assert s.get_at((7, 3)) == (0, 0, 0, 255)  # last column untouched
+    assert s.get_at((3, 7)) == (0, 0, 0, 255)  # last row untouched
+
+
+def test_four_rows_step_by_a_quarter():
+    s = pygame.Surface((4, 8), 0, 32)
+    korvel.fast_draw_gradient_v(s, 0, 0, 3, 4, 0x0000FF, 0x000000, 255)
+    # rows weigh red by t = 255, 191, 127, 63 (in 256ths), then scale by 255/256
+    reds = [(255 * t >> 8) * 255 >> 8 for t in (255, 191, 127, 63)]
+    assert [s.get_at((0, y)).r for y in range(4)] == reds
+
+
+def test_opaque_gradient_layer_wraps_to_nothing():
+    s = noise_surface(9, 9, 0, seed=4)
+    korvel.fast_draw_gradients_vc(s, 0, 0, 9, 9, 0xFFFFFF, 0xFFFFFF, 1.0, 0x00FFFFFF, 0.0)
+    assert (raw_words(s)[:8, :8] == 0).all()
+
+
+NAMES_AND_ARGS = [
+    ("fast_draw_gradient_v", (0, 0, 4, 4, 1, 2, 255)),
+    ("fast_draw_gradients_vc", (0, 0, 4, 4, 1, 2, 0.5, 3, 0.5)),
+    ("fast_draw_gradients_vv", (0, 0, 4, 4, 1, 2, 0.5, 3, 4, 0.5)),
+    ("fast_draw_gradients_vcv", (0, 0, 4, 4, 1, 2, 0.5, 3, 0.5, 4, 5, 0.5)),
+    ("fast_draw_gradients_vcvvc", (0, 0, 4, 4, 1, 2, .5, 3, .5, 4, 5, .5, 6, 7, .5, 8, .5)),
+]
+
+
+@pytest.mark.parametrize("name,args", NAMES_AND_ARGS)
+@pytest.mark.parametrize("target,error", [(None, TypeError), ("surface", TypeError),
+                                          (pygame.Rect(0, 0, 4, 4), TypeError)])
+def test_gradients_need_a_surface(name, args, target, error):
+    with pytest.raises(error):
+        getattr(korvel, name)(target, *args)
+
+
+@pytest.mark.parametrize("name,args", NAMES_AND_ARGS)
+@pytest.mark.parametrize("depth", [8, 16, 24])
+def test_gradients_refuse_other_depths(name, args, depth):
+    s = pygame.Surface((6, 6), 0, depth)
+    s.fill((9, 99, 199))
+    before = pygame.image.tostring(s, "RGB")
+    with pytest.raises(ValueError):
+        getattr(korvel, name)(s, *args)
+    assert pygame.image.tostring(s, "RGB") == before
+
+
+@pytest.mark.parametrize("name,args", NAMES_AND_ARGS)
+def test_gradients_reject_bad_arguments(name, args):
+    s = pygame.Surface((6, 6), 0, 32)
+    with pytest.raises(TypeError):
+        getattr(korvel, name)(s, *args[:-1])
+    with pytest.raises(TypeError):
+        getattr(korvel, name)(s, "0", *args[1:])

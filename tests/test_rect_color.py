@@ -1,0 +1,101 @@
+import os
+import subprocess
+import sys
+
+import numpy as np
+import pygame
+import pytest
+
+import korvel
+from pixelmodel import fill_mix, gradient_weights, map_script, mix, raw_words
+
+RED, BLUE, GREEN = 0x0000FF, 0xFF0000, 0x00FF00
+
+
+def noisy(screen):
+    rng = np.random.default_rng(8)
+    buf = screen.get_buffer()
+    buf.write(rng.integers(0, 2**24, size=screen.get_pitch() * screen.get_height() // 4,
+                           dtype=np.uint32).tobytes())
+    del buf
+    return raw_words(screen)
+
+
+@pytest.mark.parametrize("corners,alphaf,outline,line", [
+    ((RED, RED, RED, RED), 1.0, 0, "BUG: should actually fill.\n"),
+    ((RED, RED, BLUE, BLUE), 0.5, 1, "BUG: need to draw translucent outline vgrad.\n"),
+    ((RED, BLUE, BLUE, BLUE), 0.5, 0,
+     "Horizontal gradient, complex gradient, or no gradient. 127/0\n"),
+    ((RED, BLUE, GREEN, RED), 1.0, 3,
+     "Horizontal gradient, complex gradient, or no gradient. 255/3\n"),
+])
+def test_declined_cases_print_and_draw_nothing(screen, capfd, corners, alphaf, outline, line):
+    before = noisy(screen)
+    assert korvel.fast_draw_rectangle_color(2, 2, 20, 20, *corners, alphaf, outline) is None
+    assert capfd.readouterr().out == line
+    np.testing.assert_array_equal(raw_words(screen), before)
+
+
+def test_flat_translucent_outline_fills(screen, capfd):
+    before = noisy(screen)
+    korvel.fast_draw_rectangle_color(12, 9, 3, 4, *[0x00406080] * 4, 0.5, 1)
+    want = before.copy()
+    want[4:10, 3:12] = fill_mix(before[4:10, 3:12], 0x00406080, 127)
+    np.testing.assert_array_equal(raw_words(screen), want)
+    assert capfd.readouterr().out == ""
+
+
+def test_translucent_vertical_fill_is_the_gradient_function(screen):
+    before = noisy(screen)
+    copy = screen.copy()
+    korvel.fast_draw_rectangle_color(40, 30, 5, 7, RED, RED, BLUE, BLUE, 0.7, 0)
+    alpha = int(np.float32(0.7) * np.float32(255))
+    korvel.fast_draw_gradient_v(copy, 5, 7, 40, 30, RED, BLUE, alpha)
+    np.testing.assert_array_equal(raw_words(screen), raw_words(copy))
+    assert (raw_words(screen) != before).any()
+
+
+def test_opaque_outline_puts_the_right_side_one_column_out(screen):
+    noisy(screen)
+    korvel.fast_draw_rectangle_color(0, 0, 10, 10, RED, RED, BLUE, BLUE, 1.0, 1)
+    red, blue = map_script(screen, RED), map_script(screen, BLUE)
+    words = raw_words(screen)
+    assert (words[0, :10] == red).all() and words[0, 10] != red
+    assert (words[10, 1:10] == blue).all()
+    sides = [map_script(screen, mix(RED, BLUE, t)) for t in gradient_weights(0, 10, 10)]
+    np.testing.assert_array_equal(words[1:11, 0], sides)  # starting at t = 255 in row 1
+    np.testing.assert_array_equal(words[1:11, 10], sides)
+
+
+def test_opaque_horizontal_gradient_uses_the_top_edge(screen):
+    noisy(screen)
+    korvel.fast_draw_rectangle_color(0, 0, 8, 4, RED, BLUE, GREEN, GREEN, 1.0, 0)
+    words = raw_words(screen)
+    row = [map_script(screen, mix(RED, BLUE, t)) for t in gradient_weights(0, 8, 8)]
+    np.testing.assert_array_equal(words[:5, :8], [row] * 5)  # rows 0 to 4 inclusive
+    assert (words[5, :8] != row).any() and (words[:5, 8] != row[-1]).any()
+
+
+def test_bad_arguments_raise(screen):
+    with pytest.raises(TypeError):
+        korvel.fast_draw_rectangle_color(0, 0, 1, 1, 0, 0, 0, 0, 0.5)
+    with pytest.raises(TypeError):
+        korvel.fast_draw_rectangle_color(0, 0, 1, 1, 0, 0, 0, "0", 0.5, 0)
+
+
+def test_without_a_stored_screen_it_raises():
+    code = "import korvel\ntry:\n korvel.fast_draw_rectangle_color(0,0,4,4,1,1,2,2,0.5,0)\n" \
+           "except RuntimeError as e:\n print('RuntimeError')"
+    out = subprocess.run([sys.executable, "-c", code], capture_output=True, text=True,
+                         env=dict(os.environ), timeout=60)
+    assert out.stdout == "RuntimeError\n", out.stderr
+
+
+def test_a_16_bit_screen_is_refused(screen):
+    small = pygame.Surface((8, 8), 0, 16)
+    korvel.set_SDL_screen(small)
+    try:
+        with pytest.raises(ValueError):
+            korvel.fast_draw_rectangle_color(0, 0, 4, 4, 1, 1, 2, 2, 0.5, 0)
+    finally:
+        korvel.set_SDL_screen(screen)
