@@ -40,6 +40,10 @@ SDL_Surface* convert_surface(SDL_Surface* s, const SDL_PixelFormat* fmt, bool sr
 // SDL_CreateRGBSurface(flags, ...) with the per-surface alpha flag carried over.
 SDL_Surface* create_rgb_surface(bool srcalpha, int w, int h, int depth, uint32_t rmask,
                                 uint32_t gmask, uint32_t bmask, uint32_t amask);
+// SDL_SRCALPHA: whether the surface blends when blitted.
+bool has_srcalpha(SDL_Surface* s);
+// A copy of from's palette for to, when both have one (8-bit surfaces).
+void copy_palette(SDL_Surface* from, SDL_Surface* to);
 // SDL_SRCCOLORKEY and the format's colour key.
 bool get_colorkey(SDL_Surface* s, uint32_t* key);
 int set_colorkey(SDL_Surface* s, uint32_t key);

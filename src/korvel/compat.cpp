@@ -73,6 +73,16 @@ SDL_Surface* create_rgb_surface(bool srcalpha, int w, int h, int depth, uint32_t
   return r;
 }
 
+bool has_srcalpha(SDL_Surface* s) {
+  SDL_BlendMode mode;
+  return SDL_GetSurfaceBlendMode(s, &mode) == 0 && mode == SDL_BLENDMODE_BLEND;
+}
+
+void copy_palette(SDL_Surface* from, SDL_Surface* to) {
+  if (from->format->palette && to->format->palette)
+    SDL_SetSurfacePalette(to, from->format->palette);
+}
+
 bool get_colorkey(SDL_Surface* s, uint32_t* key) {
   return SDL_HasColorKey(s) && SDL_GetColorKey(s, key) == 0;
 }

@@ -6,11 +6,6 @@
 
 namespace korvel::pixels {
 
-int32_t trunc_i32(double v) {
-  if (v > -2147483649.0 && v < 2147483648.0) return int32_t(v);
-  return INT32_MIN;
-}
-
 float gradient_skip(float gradpos, float step, int64_t rows) {
   for (int64_t i = 0; i < rows; ++i) {
     const float next = gradpos - step;

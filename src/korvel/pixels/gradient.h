@@ -9,22 +9,21 @@
 
 #include "korvel/pixels/colour.h"
 #include "korvel/pixels/pixel_view.h"
+#include "korvel/pixels/truncate.h"
 
 namespace korvel::pixels {
 
 // The lanes of p scaled by f/256; f is a layer factor from 0 to 255.
 inline uint32_t lanescale(uint32_t p, uint32_t f) { return multalpha(p, int(f)); }
 
-// Truncation toward zero. A value outside int's range (or NaN) gives INT_MIN,
-// the x86 conversion's answer, so that wild opacities stay defined.
-int32_t trunc_i32(double v);
-
 // The low 8 bits of trunc_i32(v): how every layer factor is formed.
 inline uint32_t byte_of(double v) { return uint32_t(trunc_i32(v)) & 0xFF; }
 
 // The top colour's weight in a row at gradient position gradpos (1.0 at the
 // first row): trunc(gradpos * 255) in single precision.
-inline uint32_t gradient_weight(float gradpos) { return uint32_t(trunc_i32(gradpos * 255.0f)); }
+inline uint32_t gradient_weight(float gradpos) {
+  return uint32_t(trunc_i32(gradpos * 255.0f));
+}
 
 // A row's gradient pixel: the mix of two script colours (top weighted by
 // gradient_weight, bottom by 256 minus it) mapped into fmt.

@@ -1,0 +1,185 @@
+import numpy as np
+import pygame
+import pytest
+
+import korvel
+from pixelmodel import raw_words
+
+
+def noise(w, h, flags=0, depth=32, seed=1):
+    s = pygame.Surface((w, h), flags, depth)
+    rng = np.random.default_rng(seed)
+    buf = s.get_buffer()
+    buf.write(rng.integers(0, 256, size=s.get_pitch() * h, dtype=np.uint8).tobytes())
+    del buf
+    return s
+
+
+def pixels(s):
+    """The w x h words of a 32-bit surface."""
+    return raw_words(s)[:, :s.get_width()]
+
+
+def same_format(a, b):
+    return (a.get_size() == b.get_size() and a.get_bitsize() == b.get_bitsize()
+            and a.get_masks() == b.get_masks() and a.get_flags() & pygame.SRCALPHA
+            == b.get_flags() & pygame.SRCALPHA)
+
+
+def test_flip_h_of_three_pixels():
+    s = pygame.Surface((3, 1), 0, 32)
+    for x, c in enumerate([(255, 0, 0), (0, 255, 0), (0, 0, 255)]):
+        s.set_at((x, 0), c)
+    r = korvel.flip_h(s)
+    got = [tuple(r.get_at((x, 0)))[:3] for x in range(3)]
+    assert got == [(0, 0, 255), (0, 255, 0), (255, 0, 0)]
+
+
+@pytest.mark.parametrize("flags", [0, pygame.SRCALPHA], ids=["XRGB", "ARGB"])
+@pytest.mark.parametrize("size", [(1, 1), (7, 5), (16, 3)])
+def test_flips_are_exact_copies(flags, size):
+    s = noise(*size, flags, seed=size[0])
+    before = raw_words(s)
+    h = korvel.flip_h(s)
+    v = korvel.flip_v(s)
+    vh = korvel.flip_vh(s)
+    src = pixels(s)
+    np.testing.assert_array_equal(pixels(h), src[:, ::-1])
+    np.testing.assert_array_equal(pixels(v), src[::-1, :])
+    # a half turn shifted down one row: row 0 stays blank, source row 0 is dropped
+    np.testing.assert_array_equal(pixels(vh)[1:], src[:0:-1, ::-1])
+    assert (pixels(vh)[0] == 0).all()
+    for r in (h, v, vh):
+        assert same_format(r, s)
+    np.testing.assert_array_equal(raw_words(s), before)
+
+
+def test_flip_vh_of_two_by_two():
+    s = pygame.Surface((2, 2), 0, 32)
+    colours = {(0, 0): (1, 0, 0), (1, 0): (2, 0, 0), (0, 1): (3, 0, 0), (1, 1): (4, 0, 0)}
+    for pos, c in colours.items():
+        s.set_at(pos, c)
+    r = korvel.flip_vh(s)
+    assert [r.get_at((x, 1)).r for x in range(2)] == [4, 3]
+    assert [r.get_at((x, 0)).r for x in range(2)] == [0, 0]
+
+
+@pytest.mark.parametrize("depth", [8, 16, 24])
+def test_flip_v_takes_any_depth(screen, depth):
+    s = noise(5, 4, 0, depth, seed=depth)
+    if depth == 8:
+        s.set_palette([(i, 255 - i, i // 2) for i in range(256)])
+    r = korvel.flip_v(s)
+    assert r.get_bitsize() == depth and r.get_size() == (5, 4)
+    want = pygame.transform.flip(s, False, True)
+    assert pygame.image.tostring(r, "RGB") == pygame.image.tostring(want, "RGB")
+
+
+@pytest.mark.parametrize("name,line", [
+    ("flip_h", "Cannot horizontally flip non-32-bit surfaces.\n"),
+    ("flip_vh", "Error: non-32bit surfaces not yet flippable.\n"),
+])
+@pytest.mark.parametrize("depth", [8, 16, 24])
+def test_32_bit_flips_refuse_other_depths(capfd, name, line, depth):
+    s = pygame.Surface((4, 4), 0, depth)
+    with pytest.raises(ValueError):
+        getattr(korvel, name)(s)
+    assert capfd.readouterr().err == line
+
+
+CALLS = [("flip_h", ()), ("flip_v", ()), ("flip_vh", ()), ("scale", (2.0, 2.0)),
+         ("rotoscale", (1.0, 1.0, 30.0))]
+
+
+@pytest.mark.parametrize("name,rest", CALLS)
+@pytest.mark.parametrize("target", [None, "surface", pygame.Rect(0, 0, 2, 2)])
+def test_transforms_need_a_surface(name, rest, target):
+    with pytest.raises(TypeError):
+        getattr(korvel, name)(target, *rest)
+
+
+@pytest.mark.parametrize("name,rest", CALLS)
+def test_transforms_reject_bad_arguments(name, rest):
+    with pytest.raises(TypeError):
+        getattr(korvel, name)(pygame.Surface((2, 2)), *rest, 1.0)
+
+
+@pytest.mark.parametrize("factors,size", [((2.0, 2.0), (20, 14)), ((0.5, 1.0), (5, 7)),
+                                          ((0.26, 3.0), (3, 21)), ((0.0, 1.0), (1, 7)),
+                                          ((-1.0, 1.0), (10, 7))])
+def test_scale_result_sizes(factors, size):
+    assert korvel.scale(noise(10, 7), *factors).get_size() == size
+
+
+@pytest.mark.parametrize("depth", [8, 24, 32])
+def test_scale_keeps_a_uniform_colour(depth):
+    s = pygame.Surface((6, 4), 0, depth)
+    s.fill((40, 120, 200))
+    r = korvel.scale(s, 2.5, 1.5)
+    w, h = r.get_size()
+    colours = {tuple(r.get_at((x, y)))[:3] for x in range(w) for y in range(h)}
+    assert colours == {tuple(s.get_at((0, 0)))[:3]}
+
+
+def test_scale_by_minus_one_mirrors():
+    s = pygame.Surface((8, 2), 0, 32)
+    s.fill((255, 0, 0), (0, 0, 4, 2))
+    s.fill((0, 0, 255), (4, 0, 4, 2))
+    r = korvel.scale(s, -1.0, 1.0)
+    assert tuple(r.get_at((0, 0)))[:3] == (0, 0, 255) and tuple(r.get_at((7, 1)))[:3] == (255, 0, 0)
+
+
+@pytest.mark.parametrize("depth", [8, 32])
+def test_scale_carries_the_colour_key(depth):
+    s = noise(6, 6, 0, depth)
+    assert korvel.scale(s, 2.0, 2.0).get_colorkey() is None
+    s.set_colorkey(s.map_rgb(s.get_at((0, 0))))
+    key = s.get_colorkey()
+    assert korvel.scale(s, 2.0, 2.0).get_colorkey()[:3] == key[:3]
+
+
+def test_rotoscale_truncates_the_angle_and_chooses_the_uniform_zoom():
+    s = noise(9, 5)
+    a = korvel.rotoscale(s, 2.0, 2.0, 45.9)
+    b = korvel.rotoscale(s, 2.0, 2.0, 45.0)
+    assert a.get_size() == b.get_size()
+    np.testing.assert_array_equal(pixels(a), pixels(b))
+    assert korvel.rotoscale(s, 2.0, 1.0, 0.0).get_size() == (18, 5)  # two factors
+    assert korvel.rotoscale(s, 2.0, 2.0, 0.0).get_size() == (18, 10)
+
+
+def test_rotoscale_half_turn_without_zoom_is_a_pixel_copy():
+    s = noise(6, 4)
+    r = korvel.rotoscale(s, 1.0, 1.0, 180.0)
+    src = set(pixels(s).ravel() & 0xFFFFFF)
+    assert set(pixels(r).ravel() & 0xFFFFFF) <= src | {0}
+
+
+@pytest.mark.parametrize("call", [
+    lambda s: korvel.scale(s, 1e4, 1e4),
+    lambda s: korvel.scale(s, 3e38, 1.0),
+    lambda s: korvel.rotoscale(s, 1e9, 1e9, 30.0),
+    lambda s: korvel.rotoscale(s, 5e4, 2.0, 0.0),
+])
+def test_huge_factors_raise_memory_error(call):
+    with pytest.raises(MemoryError):
+        call(noise(64, 48))
+
+
+@pytest.mark.parametrize("call", [
+    lambda s: korvel.scale(s, float("nan"), 1.0),
+    lambda s: korvel.scale(s, 1.0, float("inf")),
+    lambda s: korvel.rotoscale(s, float("inf"), 1.0, 10.0),
+    lambda s: korvel.scale(pygame.Surface((0, 5), 0, 32), 2.0, 2.0),
+    lambda s: korvel.rotoscale(pygame.Surface((5, 0), 0, 32), 1.0, 1.0, 45.0),
+    # guard: SDL_gfx would read outside an 8-bit source it mirrors
+    lambda s: korvel.scale(pygame.Surface((4, 4), 0, 8), -1.0, 1.0),
+    lambda s: korvel.rotoscale(pygame.Surface((4, 4), 0, 8), 1.0, -2.0, 0.0),
+])
+def test_unusable_transforms_raise_value_error(call):
+    with pytest.raises(ValueError):
+        call(noise(4, 4))
+
+
+def test_rotoscale_mirrors_an_8_bit_surface_while_turning():
+    assert korvel.rotoscale(pygame.Surface((4, 4), 0, 8), -1.0, 1.0, 90.0).get_size()[0] > 0
