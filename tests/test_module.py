@@ -14,6 +14,7 @@ DOCS = {
         "Draw a vertical gradient, a constant, and another vgrad, each alphablent.",
     "fast_draw_gradients_vcvvc": "More complex gradients.",
     "fast_draw_rectangle_color": "C core for draw_rectangle_color.",
+    "draw_rectangle": "Draw a rectangle.",
     "flip_vh": "Flip a surface.",
     "flip_v": "Flip a surface.",
     "flip_h": "Flip a surface.",

@@ -11,6 +11,7 @@ PyObject* fast_draw_gradients_vv(PyObject* self, PyObject* args);
 PyObject* fast_draw_gradients_vcv(PyObject* self, PyObject* args);
 PyObject* fast_draw_gradients_vcvvc(PyObject* self, PyObject* args);
 PyObject* fast_draw_rectangle_color(PyObject* self, PyObject* args);
+PyObject* draw_rectangle(PyObject* self, PyObject* args);
 PyObject* py_flip_vh(PyObject* self, PyObject* args);
 PyObject* py_flip_v(PyObject* self, PyObject* args);
 PyObject* py_flip_h(PyObject* self, PyObject* args);

@@ -71,6 +71,7 @@ PyMethodDef KorvelDefs[] = {
      "More complex gradients."},
     {"fast_draw_rectangle_color", fast_draw_rectangle_color, METH_VARARGS,
      "C core for draw_rectangle_color."},
+    {"draw_rectangle", draw_rectangle, METH_VARARGS, "Draw a rectangle."},
     {"fill_translucent", fill_translucent, METH_VARARGS,
      "Draw a rectangle, possibly with alpha blending."},
     {"init_subsystems", init_subsystems, METH_VARARGS, "Initialize the subsystem variables."},

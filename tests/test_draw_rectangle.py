@@ -1,0 +1,190 @@
+import os
+import subprocess
+import sys
+import types
+
+import numpy as np
+import pygame
+import pytest
+
+import korvel
+import standins
+from pixelmodel import fill_mix, raw_words
+
+VIEW_LISTS = ["xview", "yview", "object", "hborder", "vborder", "wview", "hview", "xport",
+              "yport", "wport", "hport"]
+# View 1 shows (10, 5) to (42, 21) of the room in the whole 64 x 48 screen,
+# shifted by its port (4, 2): the view scale is 2 across and 3 down.
+VIEW = dict(xview=10, yview=5, object=-1, hborder=0, vborder=0, wview=32, hview=16,
+            xport=4, yport=2, wport=64, hport=48)
+
+
+class RecordingScreen(pygame.Surface):
+    """A screen whose fill calls are recorded, and can be made to fail."""
+
+    def __init__(self, *args):
+        super().__init__(*args)
+        self.fills = []
+        self.error = None
+
+    def fill(self, *args):
+        self.fills.append(args)
+        if self.error:
+            raise self.error
+        return super().fill(*args)
+
+
+def fl8(*values):
+    fl = korvel.Floatlist8()
+    for i, v in enumerate(values):
+        fl[i] = v
+    return fl
+
+
+def scaled_room():
+    """A room with one view, drawn once so that korvel holds its view scale."""
+    room = korvel.TamRoom()
+    for name in VIEW_LISTS:
+        setattr(room, "view_" + name, fl8(VIEW[name]))
+    room.view_visible = fl8(1)
+    room.view_enabled = 1
+    room.drawn_objects, room.tiles = [], []
+    return room
+
+
+@pytest.fixture
+def world(runtime, screen):
+    tam6, tamapi = runtime
+    rect = standins.Recorder("rect")
+    tamapi.pygame = types.SimpleNamespace(draw=types.SimpleNamespace(rect=rect),
+                                          Surface=pygame.Surface)
+    korvel.RegisterInstancesDict({}, standins.ObjectInstanceBase, standins.ObjectInstanceZero,
+                                 standins.ParticleSystem)
+    room = scaled_room()
+    korvel.Room_Draw(room, screen)
+    target = RecordingScreen((64, 48), 0, 32)
+    korvel.set_SDL_screen(target)
+    tamapi.room = room
+    tamapi.py_draw_props.color = (255, 0, 0)
+    yield types.SimpleNamespace(tamapi=tamapi, room=room, screen=target, rect=rect)
+    korvel.set_SDL_screen(screen)
+
+
+def mapped(x, y):
+    """Room coordinates on the screen, by the view above (half away from zero)."""
+    rnd = lambda v: float(np.sign(v) * np.floor(abs(v) + 0.5))
+    return rnd((x - 10) * 2) + 4, rnd((y - 5) * 3) + 2
+
+
+def test_opaque_fill_goes_to_the_screens_fill(world):
+    assert korvel.draw_rectangle(10, 5, 20, 15) is None
+    assert world.screen.fills == [((255, 0, 0), (4.0, 2.0, 20.0, 30.0))]
+    assert tuple(world.screen.get_at((23, 31)))[:3] == (255, 0, 0)
+    assert world.rect.calls == []
+
+
+@pytest.mark.parametrize("corners", [(12.25, 5.5, 13.75, 6.5), (-2.25, -0.5, 0.0, 0.0)])
+def test_corners_round_half_away_from_zero(world, corners):
+    korvel.draw_rectangle(*corners)
+    x1, y1 = mapped(*corners[:2])
+    x2, y2 = mapped(*corners[2:])
+    assert world.screen.fills[0][1] == (x1, y1, x2 - x1, y2 - y1)
+
+
+@pytest.mark.parametrize("outline", [1.0, 0.5, -0.5, -3.0])
+def test_opaque_outline_goes_to_pygame_draw_rect(world, outline):
+    assert korvel.draw_rectangle(10, 5, 20, 15, outline) is None
+    assert world.rect.calls == [(world.screen, (255, 0, 0), (4.0, 2.0, 20.0, 30.0), 1)]
+    assert world.screen.fills == []
+
+
+@pytest.mark.parametrize("outline", [0.0, 0.49, -0.49, float("nan")])
+def test_small_outlines_fill(world, outline):
+    korvel.draw_rectangle(10, 5, 20, 15, outline)
+    assert len(world.screen.fills) == 1 and world.rect.calls == []
+
+
+@pytest.mark.parametrize("alpha,weight", [(0.5, 127), (0.0, 0), (-2.0, 0), (1.5, 382 & 0xFF),
+                                          (0.999, 254)])
+@pytest.mark.parametrize("outline", [0.0, 0.5])
+def test_translucent_fill_mixes_the_runtime_colour(world, alpha, weight, outline):
+    world.tamapi.py_draw_props.alpha = alpha
+    before = raw_words(world.screen)
+    assert korvel.draw_rectangle(10.4, 5.2, 20, 15, outline) is None
+    x1, y1 = (int(v) for v in mapped(10.4, 5.2))
+    x2, y2 = (int(v) for v in mapped(20, 15))
+    want = before.copy()
+    # the runtime's integer 0x0000FF is used as pixel lanes, not mapped
+    want[y1:y2 + 1, x1:x2] = fill_mix(before[y1:y2 + 1, x1:x2], 0x0000FF, weight)
+    np.testing.assert_array_equal(raw_words(world.screen), want)
+    assert world.screen.fills == []
+
+
+@pytest.mark.parametrize("outline", [1.0, 0.51, -0.5])
+def test_translucent_outline_is_refused(world, capfd, outline):
+    world.tamapi.py_draw_props.alpha = 0.5
+    before = raw_words(world.screen)
+    with pytest.raises(SystemError):
+        korvel.draw_rectangle(10, 5, 20, 15, outline)
+    assert capfd.readouterr().err == "Can't do alphablending on outline rectangles yet.\n"
+    np.testing.assert_array_equal(raw_words(world.screen), before)
+
+
+def test_a_failing_fill_reports_and_raises(world, capfd):
+    world.screen.error = ValueError("no")
+    with pytest.raises(ValueError):
+        korvel.draw_rectangle(10, 5, 20, 15)
+    assert capfd.readouterr().err == "An error occurred filling surface.\n"
+
+
+def test_a_failing_draw_rect_reports_and_raises(world, capfd):
+    world.rect.result = ValueError("no")
+    with pytest.raises(ValueError):
+        korvel.draw_rectangle(10, 5, 20, 15, 1)
+    assert capfd.readouterr().err == ("An error occurred calling pygame.draw.rect(screen,color,"
+                                      "4.000000,2.000000,20.000000,30.000000,1).\n")
+
+
+@pytest.mark.parametrize("change,error", [
+    (lambda w: setattr(w.tamapi, "room", None), AttributeError),
+    (lambda w: setattr(w.room, "view_current", 8), IndexError),
+    (lambda w: setattr(w.room, "view_current", -1), IndexError),
+    (lambda w: setattr(w.room, "view_xport", [4.0]), TypeError),
+    (lambda w: setattr(w.room, "view_yview", None), TypeError),
+    (lambda w: delattr(w.tamapi.py_draw_props, "alpha"), AttributeError),
+    (lambda w: setattr(w.tamapi.py_draw_props, "alpha", "half"), TypeError),
+])
+def test_bad_runtime_state_raises(world, change, error):
+    change(world)
+    with pytest.raises(error):
+        korvel.draw_rectangle(10, 5, 20, 15)
+    assert world.screen.fills == []
+
+
+@pytest.mark.parametrize("args", [(), (1, 2, 3), (1, 2, 3, "4"), (1, 2, 3, 4, 5, 6)])
+def test_bad_arguments_raise(world, args):
+    with pytest.raises(TypeError):
+        korvel.draw_rectangle(*args)
+
+
+def test_without_a_stored_screen_it_raises():
+    code = "\n".join([
+        "import sys; sys.path.insert(0, 'tests')",
+        "import standins; standins.modules()",
+        "import korvel",
+        "tam6, tamapi = standins.reset()",
+        "korvel.RegisterInstancesDict({}, standins.ObjectInstanceBase,"
+        " standins.ObjectInstanceZero, standins.ParticleSystem)",
+        "room = korvel.TamRoom()",
+        "for n in ('xview', 'yview', 'xport', 'yport'):",
+        "    setattr(room, 'view_' + n, korvel.Floatlist8())",
+        "tamapi.room = room",
+        "for alpha in (1.0, 0.5):",
+        "    tamapi.py_draw_props.alpha = alpha",
+        "    try: korvel.draw_rectangle(0, 0, 4, 4)",
+        "    except RuntimeError: print('RuntimeError')",
+    ])
+    out = subprocess.run([sys.executable, "-c", code], capture_output=True, text=True,
+                         env=dict(os.environ), timeout=60,
+                         cwd=os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+    assert out.stdout == "RuntimeError\nRuntimeError\n", out.stderr
