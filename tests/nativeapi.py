@@ -61,3 +61,7 @@ GetFirstInstance = _fn("_Z16GetFirstInstanceP7_object", O, O)
 def sdl_surface_pointer(surface):
     """The SDL_Surface* inside a pygame Surface (the word after the object header)."""
     return ctypes.c_void_p.from_address(id(surface) + object.__basicsize__).value
+# sprite_scalecache_add(spr, key, subimg, w, h, clockwise, coloro, colori, alpha, flatten)
+sprite_scalecache_add = _fn("_Z21sprite_scalecache_addP9TamSpriteP7_objectiiiiS2_iii", O, O, O,
+                            ctypes.c_int, ctypes.c_int, ctypes.c_int, ctypes.c_int, O,
+                            ctypes.c_int, ctypes.c_int, ctypes.c_int)

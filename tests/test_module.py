@@ -20,6 +20,7 @@ DOCS = {
     "flip_h": "Flip a surface.",
     "rotoscale": "Rotate and scale a Pygame surface; return a new Pygame surface.",
     "scale": "Scale a Pygame surface.",
+    "draw_sprite_ext": "Draw a sprite.",
     "fill_translucent": "Draw a rectangle, possibly with alpha blending.",
     "init_subsystems": "Initialize the subsystem variables.",
     "set_SDL_screen": "Store the SDL screen in a C variable.",

@@ -65,7 +65,9 @@ class SurfaceLock {
 
 // The stored screen's SDL surface, read through the stored pygame object
 // (pygame keeps it current when the display changes). guard: RuntimeError
-// when no screen was stored, ValueError unless it has 32 bits per pixel.
+// when no screen was stored.
+SDL_Surface* screen();
+// As screen(), plus ValueError unless it has 32 bits per pixel.
 SDL_Surface* screen32();
 
 }  // namespace korvel::compat

@@ -44,3 +44,4 @@ PyObject* part_type_shape(PyObject* self, PyObject* args);
 PyObject* part_type_size(PyObject* self, PyObject* args);
 PyObject* part_type_speed(PyObject* self, PyObject* args);
 PyObject* part_type_sprite(PyObject* self, PyObject* args);
+PyObject* draw_sprite_ext(PyObject* self, PyObject* args);

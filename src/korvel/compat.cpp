@@ -93,13 +93,15 @@ int blit(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rect* dstrec
   return SDL_BlitSurface(src, srcrect, dst, dstrect);
 }
 
-SDL_Surface* screen32() {
+SDL_Surface* screen() {
   if (!g_screen_pyobj) {
     PyErr_SetString(PyExc_RuntimeError, "no screen is stored: call set_SDL_screen first");
     return nullptr;
   }
-  return surface32_of(g_screen_pyobj);
+  return surface_of(g_screen_pyobj);
 }
+
+SDL_Surface* screen32() { return screen() ? surface32_of(g_screen_pyobj) : nullptr; }
 
 SurfaceLock::SurfaceLock(SDL_Surface* s) : s_(s), locked_(false) {
   if (SDL_MUSTLOCK(s_)) locked_ = SDL_LockSurface(s_) == 0;

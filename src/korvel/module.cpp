@@ -123,6 +123,7 @@ PyMethodDef KorvelDefs[] = {
     {"TamSprite_from_surface", TamSprite_from_surface, METH_VARARGS,
      "Create a new TamSprite from a Pygame surface."},
     {"Room_Draw", Room_Draw, METH_VARARGS, "Draw the current room."},
+    {"draw_sprite_ext", draw_sprite_ext, METH_VARARGS, "Draw a sprite."},
     {nullptr, nullptr, 0, nullptr}};
 
 PyModuleDef korvel_module = {PyModuleDef_HEAD_INIT, "korvel", nullptr, -1, KorvelDefs,
