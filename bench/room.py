@@ -24,9 +24,11 @@ def run(pure, size, frames, warmup, seed):
     pygame.display.init()
     screen = pygame.display.set_mode(size, 0, 32)
     import tam6
-    import backend
     import scene
-    impl, standing_in = backend.load(pure)
+    if pure:
+        import purekorvel as impl
+    else:
+        import korvel as impl
     game, room = scene.build(impl, size, seed)
     room.Compile()
     room.Create()
@@ -42,8 +44,7 @@ def run(pure, size, frames, warmup, seed):
             draws.append(t2 - t1)
     particles = sum(len(ps.particles) for ps in game.particle_systems)
     return {"step": statistics.median(steps), "draw": statistics.median(draws),
-            "objects": len(room.drawn_objects), "particles": particles,
-            "standing_in": [] if pure else standing_in}
+            "objects": len(room.drawn_objects), "particles": particles}
 
 
 def main():
@@ -68,8 +69,6 @@ def main():
     k = results["korvel"]
     print(f"demo scene at {args.size}: {k['objects']} drawn objects, about {k['particles']} "
           f"particles; median of {args.frames} frames after {args.warmup} warm-up ({machine()})")
-    if k["standing_in"]:
-        print("  plain Python still standing in for korvel's:", ", ".join(k["standing_in"]))
     print(f"{'':14}{'step ms':>9}{'Room_Draw ms':>14}{'frame ms':>10}{'frames/s':>10}")
     for mode, label in (("korvel", "korvel"), ("pure", "plain Python")):
         r = results[mode]

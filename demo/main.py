@@ -64,11 +64,11 @@ def main(argv=None):
     # The runtime's own modules first: korvel binds tam6 and tamapi by name when imported.
     import tam6
     import tamapi
-    import backend
     import scene
-    impl, standing_in = backend.load(args.pure_python)
-    if standing_in and not args.pure_python:
-        print("plain Python standing in for korvel's:", ", ".join(standing_in))
+    if args.pure_python:
+        import purekorvel as impl
+    else:
+        import korvel as impl
 
     t0 = time.perf_counter()
     game, room = scene.build(impl, screen.get_size(), args.seed, views=not args.no_views)

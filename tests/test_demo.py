@@ -19,11 +19,6 @@ from pixelmodel import fill_mix
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 sys.path.insert(0, os.path.join(ROOT, "demo", "runtime"))
 import scene  # noqa: E402  (the demo's own image makers, for the expected tile)
-import korvel  # noqa: E402
-
-# Exact while korvel draws the rectangles; a rounding step while the demo's
-# plain-Python stand-in still does.
-KORVEL_TOLERANCE = 0 if hasattr(korvel, "draw_rectangle") else 2
 
 W, H = 480, 270
 PANEL, GOLD = (20, 24, 40), (255, 200, 40)
@@ -75,7 +70,7 @@ def check_known_regions(image, tolerance):
 
 def test_headless_korvel_run_draws_the_scene(tmp_path):
     image, stdout = run_demo(tmp_path, "--headless", "--frames", "2")
-    check_known_regions(image, tolerance=KORVEL_TOLERANCE)
+    check_known_regions(image, tolerance=0)
     assert "korvel: 2 frames" in stdout
     assert "Room_Draw" in stdout
 
@@ -93,5 +88,5 @@ def test_window_mode_under_a_virtual_display(tmp_path):
     inner = ["env", "LD_PRELOAD=" + os.environ["LD_PRELOAD"]] if "LD_PRELOAD" in os.environ else []
     image, stdout = run_demo(tmp_path, "--frames", "3",
                              wrapper=["xvfb-run", "-a", "-s", "-screen 0 640x480x24", *inner], env=env)
-    check_known_regions(image, tolerance=KORVEL_TOLERANCE)
+    check_known_regions(image, tolerance=0)
     assert "3 frames" in stdout

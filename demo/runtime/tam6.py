@@ -105,10 +105,10 @@ class ObjectInstanceZero(ObjectInstance):
     """Instances of object 0 (the game controller)."""
 
 
-def start(backend, surface, the_game):
+def start(impl, surface, the_game):
     """Binds the runtime to korvel (or its stand-in) and the display."""
     global K, screen, game
-    K = tamapi.K = backend
+    K = tamapi.K = impl
     screen = surface
     game = tamapi.game = the_game
     K.set_SDL_screen(surface)
