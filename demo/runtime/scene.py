@@ -284,10 +284,13 @@ def build(K, screen_size, seed, balls=240, stars=60, gems=24, torches=6, views=T
     game.objects[1].collide = (game.objects[4], player_collects)
 
     flare, puff = make_flare(), make_puff()
-    game.part_fire = particle_type(K, flare, 1, (0.35, 0.8, -0.01, 0.0), (1.0, 2.4), (150, 210),
-                                   (18, 34), (0x60E0FF, 0x1070FF, 0x000050), (1.0, 0.8, 0.0))
-    # A size wiggle makes every puff a scaled image: an unscaled translucent one
-    # would be converted to the screen's format, which has no alpha channel.
+    # The fire has a fixed size and lifetime, so that its particles of one age
+    # share one prerendered image (korvel caches them per type). The smoke
+    # grows and turns instead, and its size wiggle makes every puff a scaled
+    # image: an unscaled translucent one would be converted to the screen's
+    # format, which has no alpha channel.
+    game.part_fire = particle_type(K, flare, 1, (0.6, 0.6, 0.0, 0.0), (1.0, 2.4), (150, 210),
+                                   (26, 26), (0x60E0FF, 0x1070FF, 0x000050), (1.0, 0.8, 0.0))
     game.part_smoke = particle_type(K, puff, 0, (0.5, 1.6, 0.01, 0.002), (0.5, 1.2), (165, 195),
                                     (60, 90), (0xD0D0D0, 0xB0B0B0, 0x909090), (0.7, 0.4, 0.0),
                                     spin=2.0)
