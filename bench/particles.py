@@ -24,8 +24,7 @@ def run(pure, per_frame, frames, warmup):
     import pygame
     pygame.display.init()
     screen = pygame.display.set_mode((1280, 720), 0, 32)
-    import tam6
-    import tamapi
+    import tamapi  # the runtime's modules first: korvel binds them by name
     import scene
     if pure:
         import purekorvel as impl
