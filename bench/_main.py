@@ -7,6 +7,7 @@ import platform
 import subprocess
 
 import _kernels
+import particles
 import pixels
 import room
 from _report import chart, markdown, print_rows
@@ -57,6 +58,7 @@ def main():
 
     times, rates = _kernels.run(repetitions=5 if args.quick else 30)
     rows = pixels.collect(times, reps)
+    rows += particles.collect(particles.arguments(["--runs", str(runs)]))
     rows += room.collect(room.arguments(["--runs", str(runs)]))
 
     load_after = os.getloadavg()[0]

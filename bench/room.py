@@ -5,8 +5,11 @@ build the demo's scene, draw warm-up frames (they fill the image caches),
 then time every frame's Room_Draw; the game step between frames is not
 timed. The scene is drawn with its two views (one following the ship, one a
 scaled overview) and, as a second case, without views (backgrounds, tiles,
-then every instance's Draw). Each case runs several times and the run with
-the lowest median frame is kept.
+then every instance's Draw). A third case draws the views with the
+runtime's drawing handlers made idle (backgrounds, draw_sprite_ext and the
+particle systems draw nothing), which leaves Room_Draw's own walk over the
+drawn objects: its cost per object is the figure to compare. Each case runs
+several times and the run with the lowest median frame is kept.
 """
 import argparse
 import json
@@ -21,23 +24,37 @@ from _timing import machine
 
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 SIZE = (1280, 720)
+CASES = ("two views", "no views", "idle handlers")
 
 
-def run(pure, views, frames, warmup, seed):
+def make_idle(impl, tam6, tamapi, game):
+    """Handlers that draw nothing; registered again, as korvel looks them up then."""
+    tam6.Room_DrawBackgrounds = lambda *args: None
+    tamapi.draw_sprite_ext = lambda *args: None
+    for ps in game.particle_systems:
+        ps.py_RealDraw = lambda xoff, yoff: None
+    impl.RegisterInstancesDict(tam6.instances, tam6.ObjectInstance, tam6.ObjectInstanceZero,
+                               tamapi.ParticleSystem)
+
+
+def run(pure, case, frames, warmup, seed):
     os.environ["SDL_VIDEODRIVER"] = "dummy"
     sys.path.insert(0, os.path.join(ROOT, "demo", "runtime"))
     import pygame
     pygame.display.init()
     screen = pygame.display.set_mode(SIZE, 0, 32)
     import tam6
+    import tamapi
     import backend
     import scene
     impl, standing_in = backend.load(pure)
-    game, room = scene.build(impl, SIZE, seed, views=views)
+    game, room = scene.build(impl, SIZE, seed, views=case != "no views")
     room.Compile()
     room.Create()
     draws = []
     for frame in range(warmup + frames):
+        if case == "idle handlers" and frame == warmup:
+            make_idle(impl, tam6, tamapi, game)
         tam6.frame(room)
         t0 = time.perf_counter()
         impl.Room_Draw(room, screen)
@@ -48,11 +65,11 @@ def run(pure, views, frames, warmup, seed):
             "particles": particles, "standing_in": [] if pure else standing_in}
 
 
-def best_run(mode, views, args):
+def best_run(mode, case, args):
     """The run with the lowest median frame, of args.runs runs in fresh processes."""
     results = []
     for _ in range(args.runs):
-        out = subprocess.run([sys.executable, __file__, "--mode", mode, "--views", str(int(views)),
+        out = subprocess.run([sys.executable, __file__, "--mode", mode, "--case", case,
                               "--frames", str(args.frames), "--warmup", str(args.warmup),
                               "--seed", str(args.seed)],
                              check=True, capture_output=True, text=True).stdout
@@ -62,8 +79,8 @@ def best_run(mode, views, args):
 
 def collect(args):
     rows = []
-    for views, label in ((True, "two views"), (False, "no views")):
-        k, p = best_run("korvel", views, args), best_run("pure", views, args)
+    for case in CASES:
+        k, p = best_run("korvel", case, args), best_run("pure", case, args)
         note = (f"{k['objects']} drawn objects (about {k['particles']} particles drawn by the "
                 f"particle systems); {k['draw'] / k['objects'] * 1e9:,.0f} ns per drawn object "
                 f"with korvel, {p['draw'] / p['objects'] * 1e9:,.0f} ns in plain Python; "
@@ -71,7 +88,7 @@ def collect(args):
                 f"{args.runs} runs")
         if k["standing_in"]:
             note += "; plain Python still stands in for korvel's " + ", ".join(k["standing_in"])
-        rows.append(Row(f"Room_Draw, demo scene, {label}", k["draw"], "module call, whole frame",
+        rows.append(Row(f"Room_Draw, demo scene, {case}", k["draw"], "module call, whole frame",
                         p["draw"], "the demo's --pure-python Room_Draw", speedup_min=5.0,
                         note=note))
     return rows
@@ -84,15 +101,14 @@ def arguments(argv=None):
     parser.add_argument("--runs", type=int, default=3)
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--mode", choices=["korvel", "pure"], help=argparse.SUPPRESS)
-    parser.add_argument("--views", type=int, default=1, help=argparse.SUPPRESS)
+    parser.add_argument("--case", choices=CASES, default=CASES[0], help=argparse.SUPPRESS)
     return parser.parse_known_args(argv)[0]
 
 
 def main():
     args = arguments()
     if args.mode:
-        print(json.dumps(run(args.mode == "pure", bool(args.views), args.frames, args.warmup,
-                             args.seed)))
+        print(json.dumps(run(args.mode == "pure", args.case, args.frames, args.warmup, args.seed)))
         return
     print(f"demo scene at {SIZE[0]}x{SIZE[1]} ({machine()})")
     print_rows(collect(args))
