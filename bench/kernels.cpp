@@ -5,14 +5,17 @@
 // Bytes per second count the surface's bytes once per operation, so an
 // operation at the copy's rate runs at memory speed. bench/run reads the
 // JSON output (--benchmark_format=json) for its table.
+#include <SDL.h>
 #include <benchmark/benchmark.h>
 
 #include <cstring>
 #include <string>
 #include <vector>
 
+#include "korvel/pixels/blend.h"
 #include "korvel/pixels/fill.h"
 #include "korvel/pixels/kernels.h"
+#include "korvel/pixels/tint.h"
 
 using namespace korvel::pixels;
 
@@ -34,6 +37,16 @@ struct Buffer {
   }
   PixelView view() { return PixelView{bytes(), kW, kH, kW * 4}; }
   std::vector<uint32_t> words;
+};
+
+// An ARGB surface of varied pixels, as the particle images are.
+struct Surface {
+  Surface() : s(SDL_CreateRGBSurfaceWithFormat(0, kW, kH, 32, SDL_PIXELFORMAT_ARGB8888)) {
+    Buffer b;
+    std::memcpy(s->pixels, b.bytes(), kBytes);
+  }
+  ~Surface() { SDL_FreeSurface(s); }
+  SDL_Surface* s;
 };
 
 void set_bytes(benchmark::State& state) {
@@ -61,6 +74,47 @@ void BM_fill_translucent(benchmark::State& state, Isa isa) {
   set_bytes(state);
 }
 
+// The additive blit of a whole surface onto another of the same size.
+void BM_additive_blit(benchmark::State& state, Isa isa) {
+  g_kernels = &kernels_for(isa);
+  Buffer src, dst;
+  for (auto _ : state) {
+    additive_blit(src.view(), dst.view(), 0, 0, kH, kW * 4);
+    benchmark::ClobberMemory();
+  }
+  set_bytes(state);
+}
+
+void BM_satusub(benchmark::State& state, Isa isa) {
+  g_kernels = &kernels_for(isa);
+  Buffer surf;
+  for (auto _ : state) {
+    satusub(surf.bytes(), kBytes, 0x03030303);
+    benchmark::ClobberMemory();
+  }
+  set_bytes(state);
+}
+
+void BM_Tint_Surface(benchmark::State& state, Isa isa) {
+  g_kernels = &kernels_for(isa);
+  Surface surf;
+  for (auto _ : state) {
+    Tint_Surface(surf.s, 0x40A0FF);
+    benchmark::ClobberMemory();
+  }
+  set_bytes(state);
+}
+
+void BM_Translucentify(benchmark::State& state, Isa isa) {
+  g_kernels = &kernels_for(isa);
+  Surface surf;
+  for (auto _ : state) {
+    Translucentify(surf.s, 250);
+    benchmark::ClobberMemory();
+  }
+  set_bytes(state);
+}
+
 void register_per_isa(const char* name, void (*fn)(benchmark::State&, Isa)) {
   for (Isa isa : available_isas()) {
     const std::string full = std::string(name) + "/" + kernels_for(isa).name;
@@ -73,6 +127,10 @@ void register_per_isa(const char* name, void (*fn)(benchmark::State&, Isa)) {
 int main(int argc, char** argv) {
   benchmark::RegisterBenchmark("copy", BM_copy)->Unit(benchmark::kMicrosecond);
   register_per_isa("fill_translucent", BM_fill_translucent);
+  register_per_isa("additive_blit", BM_additive_blit);
+  register_per_isa("satusub", BM_satusub);
+  register_per_isa("Tint_Surface", BM_Tint_Surface);
+  register_per_isa("Translucentify", BM_Translucentify);
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
   benchmark::RunSpecifiedBenchmarks();
