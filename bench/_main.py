@@ -13,6 +13,7 @@ import room
 from _report import chart, markdown, print_rows
 
 HERE = os.path.dirname(os.path.abspath(__file__))
+BENCHMARKS = {"pixels": pixels, "particles": particles, "room": room}
 
 
 def cpu_model():
@@ -49,20 +50,29 @@ def isa_table(times, rates):
 
 def main():
     parser = argparse.ArgumentParser(description="Runs every korvel benchmark.")
+    parser.add_argument("names", nargs="*", choices=[[]] + list(BENCHMARKS),
+                        help="only these benchmarks (the table is then printed, not written)")
     parser.add_argument("--quick", action="store_true", help="fewer repetitions, for a try-out")
     parser.add_argument("--out", default=os.path.join(HERE, "results.md"))
     args = parser.parse_args()
+    names = args.names or list(BENCHMARKS)
     reps, runs = (40, 1) if args.quick else (200, 3)
     load_before = os.getloadavg()[0]
     started = datetime.datetime.now()
 
     times, rates = _kernels.run(repetitions=5 if args.quick else 30)
-    rows = pixels.collect(times, reps)
-    rows += particles.collect(particles.arguments(["--runs", str(runs)]))
-    rows += room.collect(room.arguments(["--runs", str(runs)]))
+    rows = []
+    if "pixels" in names:
+        rows += pixels.collect(times, reps)
+    for name in ("particles", "room"):
+        if name in names:
+            bench = BENCHMARKS[name]
+            rows += bench.collect(bench.arguments(["--runs", str(runs)]))
 
     load_after = os.getloadavg()[0]
     print_rows(rows)
+    if args.names:
+        return
     machine = (f"{cpu_model()}, {os.cpu_count()} cores (shared with other work; load average "
                f"{load_before:.2f} before, {load_after:.2f} after)")
     text = "\n".join([
