@@ -14,6 +14,7 @@
 
 #include "korvel/pixels/blend.h"
 #include "korvel/pixels/fill.h"
+#include "korvel/pixels/gradient.h"
 #include "korvel/pixels/kernels.h"
 #include "korvel/pixels/tint.h"
 
@@ -115,6 +116,25 @@ void BM_Translucentify(benchmark::State& state, Isa isa) {
   set_bytes(state);
 }
 
+// Five stacked layers (three gradients, two constants) in one pass.
+void BM_gradients_vcvvc(benchmark::State& state, Isa isa) {
+  g_kernels = &kernels_for(isa);
+  Surface surf;
+  const LayerFactors f = factors_vcvvc(0.8f, 0.25f, 0.5f, 0.4f, 0.125f);
+  GradientLayer layers[] = {{false, 0x0000FF, 0xFF0000, f.layer[0]},
+                            {true, 0x005000, 0, f.layer[1]},
+                            {false, 0x00FF00, 0xFF00FF, f.layer[2]},
+                            {false, 0xFF0000, 0x00FFFF, f.layer[3]},
+                            {true, 0x5A5A5A, 0, f.layer[4]}};
+  const PixelView v{static_cast<uint8_t*>(surf.s->pixels), kW, kH, surf.s->pitch};
+  for (auto _ : state) {
+    draw_gradient_layers(v, surf.s->format, 0, 0, kW, kH, EdgeCompare::unsigned_int, layers, 5,
+                         f.dest);
+    benchmark::ClobberMemory();
+  }
+  set_bytes(state);
+}
+
 void register_per_isa(const char* name, void (*fn)(benchmark::State&, Isa)) {
   for (Isa isa : available_isas()) {
     const std::string full = std::string(name) + "/" + kernels_for(isa).name;
@@ -131,6 +151,7 @@ int main(int argc, char** argv) {
   register_per_isa("satusub", BM_satusub);
   register_per_isa("Tint_Surface", BM_Tint_Surface);
   register_per_isa("Translucentify", BM_Translucentify);
+  register_per_isa("fast_draw_gradients_vcvvc", BM_gradients_vcvvc);
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
   benchmark::RunSpecifiedBenchmarks();
