@@ -75,6 +75,15 @@ def test_flip_v_takes_any_depth(screen, depth):
     assert pygame.image.tostring(r, "RGB") == pygame.image.tostring(want, "RGB")
 
 
+def test_flip_v_copies_the_16_bit_pitch_of_a_very_wide_surface():
+    # 16400 pixels make a 65600-byte pitch, read as 64: each row copies its
+    # first 16 pixels and the rest stays blank
+    s = noise(16400, 3, seed=9)
+    got, src = pixels(korvel.flip_v(s)), pixels(s)
+    np.testing.assert_array_equal(got[:, :16], src[::-1, :16])
+    assert (got[:, 16:] == 0).all()
+
+
 @pytest.mark.parametrize("name,line", [
     ("flip_h", "Cannot horizontally flip non-32-bit surfaces.\n"),
     ("flip_vh", "Error: non-32bit surfaces not yet flippable.\n"),

@@ -40,6 +40,10 @@ SDL_Surface* convert_surface(SDL_Surface* s, const SDL_PixelFormat* fmt, bool sr
 // SDL_CreateRGBSurface(flags, ...) with the per-surface alpha flag carried over.
 SDL_Surface* create_rgb_surface(bool srcalpha, int w, int h, int depth, uint32_t rmask,
                                 uint32_t gmask, uint32_t bmask, uint32_t amask);
+// As create_rgb_surface for a 32-bit surface, but the pixels are left as
+// allocated, not cleared: for callers that write every byte of them.
+SDL_Surface* create_rgb_surface32_uncleared(bool srcalpha, int w, int h, uint32_t rmask,
+                                            uint32_t gmask, uint32_t bmask, uint32_t amask);
 // SDL_SRCALPHA: whether the surface blends when blitted.
 bool has_srcalpha(SDL_Surface* s);
 // A copy of from's palette for to, when both have one (8-bit surfaces).

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 
 #include "flip/flip.h"
 #include "korvel/compat.h"
@@ -30,6 +31,14 @@ bool is_32_bit(SDL_Surface* s, const char* refusal) {
   return false;
 }
 
+// clone_surface for a 32-bit source whose every pixel the caller writes.
+SDL_Surface* clone_surface32_for_overwrite(SDL_Surface* surf) {
+  const SDL_PixelFormat* f = surf->format;
+  return korvel::compat::create_rgb_surface32_uncleared(korvel::compat::has_srcalpha(surf),
+                                                        surf->w, surf->h, f->Rmask, f->Gmask,
+                                                        f->Bmask, f->Amask);
+}
+
 }  // namespace
 
 SDL_Surface* clone_surface(SDL_Surface* surf) {
@@ -43,7 +52,7 @@ SDL_Surface* clone_surface(SDL_Surface* surf) {
 
 SDL_Surface* flip_h(SDL_Surface* src) {
   if (!is_32_bit(src, "Cannot horizontally flip non-32-bit surfaces.\n")) return nullptr;
-  SDL_Surface* dst = clone_surface(src);
+  SDL_Surface* dst = clone_surface32_for_overwrite(src);
   if (!dst) return nullptr;
   korvel::compat::SurfaceLock lock(src);
   korvel::flip::mirror_h32(rows_of(src), rows_of(dst), src->w, src->h);
@@ -51,7 +60,10 @@ SDL_Surface* flip_h(SDL_Surface* src) {
 }
 
 SDL_Surface* flip_v(SDL_Surface* src) {
-  SDL_Surface* dst = clone_surface(src);
+  // A 32-bit destination's rows are copied whole unless the 16-bit pitch
+  // below wraps; only then may its pixels start uncleared.
+  const bool whole_rows = src->format->BytesPerPixel == 4 && src->pitch <= 0xFFFF;
+  SDL_Surface* dst = whole_rows ? clone_surface32_for_overwrite(src) : clone_surface(src);
   if (!dst) return nullptr;
   // Both pitches are read as 16-bit values, as the surface record once held them.
   const uint16_t bytes = std::min(uint16_t(src->pitch), uint16_t(dst->pitch));
@@ -62,11 +74,12 @@ SDL_Surface* flip_v(SDL_Surface* src) {
 
 SDL_Surface* flip_vh(SDL_Surface* src) {
   if (!is_32_bit(src, "Error: non-32bit surfaces not yet flippable.\n")) return nullptr;
-  SDL_Surface* dst = clone_surface(src);
+  SDL_Surface* dst = clone_surface32_for_overwrite(src);
   if (!dst) return nullptr;
   korvel::compat::SurfaceLock lock(src);
   // guard: destination row 0 would come from the row past the source's end;
-  // it keeps the zeros it was created with instead
+  // it is left blank instead, as a new surface is
+  if (dst->h > 0) std::memset(dst->pixels, 0, std::size_t(dst->pitch));
   korvel::flip::turn_shifted32(rows_of(src), rows_of(dst), src->w, src->h);
   return dst;
 }

@@ -73,6 +73,25 @@ SDL_Surface* create_rgb_surface(bool srcalpha, int w, int h, int depth, uint32_t
   return r;
 }
 
+SDL_Surface* create_rgb_surface32_uncleared(bool srcalpha, int w, int h, uint32_t rmask,
+                                            uint32_t gmask, uint32_t bmask, uint32_t amask) {
+  // SDL clears new pixels, a whole extra pass over a surface that is about
+  // to be overwritten. The pitch is w * 4, as SDL chooses it for 32 bits.
+  const std::size_t bytes = std::size_t(w) * 4 * std::size_t(h);
+  void* pixels = SDL_SIMDAlloc(bytes ? bytes : 1);
+  if (!pixels) return nullptr;
+  SDL_Surface* r = SDL_CreateRGBSurfaceFrom(pixels, w, h, 32, w * 4, rmask, gmask, bmask, amask);
+  if (!r) {
+    SDL_SIMDFree(pixels);
+    return nullptr;
+  }
+  // The surface owns its pixels from here on, as one SDL allocated itself:
+  // SDL_FreeSurface frees SIMD-aligned pixels that were not handed in.
+  r->flags = (r->flags & ~Uint32(SDL_PREALLOC)) | SDL_SIMD_ALIGNED;
+  SDL_SetSurfaceBlendMode(r, srcalpha ? SDL_BLENDMODE_BLEND : SDL_BLENDMODE_NONE);
+  return r;
+}
+
 bool has_srcalpha(SDL_Surface* s) {
   SDL_BlendMode mode;
   return SDL_GetSurfaceBlendMode(s, &mode) == 0 && mode == SDL_BLENDMODE_BLEND;
