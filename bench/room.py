@@ -45,9 +45,11 @@ def run(pure, case, frames, warmup, seed):
     screen = pygame.display.set_mode(SIZE, 0, 32)
     import tam6
     import tamapi
-    import backend
     import scene
-    impl, standing_in = backend.load(pure)
+    if pure:
+        import purekorvel as impl
+    else:
+        import korvel as impl
     game, room = scene.build(impl, SIZE, seed, views=case != "no views")
     room.Compile()
     room.Create()
@@ -62,7 +64,7 @@ def run(pure, case, frames, warmup, seed):
             draws.append(time.perf_counter() - t0)
     particles = sum(len(ps.particles) for ps in game.particle_systems)
     return {"draw": statistics.median(draws), "objects": len(room.drawn_objects),
-            "particles": particles, "standing_in": [] if pure else standing_in}
+            "particles": particles}
 
 
 def best_run(mode, case, args):
@@ -86,8 +88,6 @@ def collect(args):
                 f"with korvel, {p['draw'] / p['objects'] * 1e9:,.0f} ns in plain Python; "
                 f"median of {args.frames} frames after {args.warmup} warm-up, best of "
                 f"{args.runs} runs")
-        if k["standing_in"]:
-            note += "; plain Python still stands in for korvel's " + ", ".join(k["standing_in"])
         rows.append(Row(f"Room_Draw, demo scene, {case}", k["draw"], "module call, whole frame",
                         p["draw"], "the demo's --pure-python Room_Draw", speedup_min=5.0,
                         note=note))
