@@ -18,8 +18,7 @@ SCREEN_SIZE = (64, 48)
 def runtime():
     """A fresh stand-in runtime, registered with korvel."""
     tam6, tamapi = standins.reset()
-    korvel.RegisterInstancesDict({}, standins.ObjectInstanceBase,
-                                 standins.ObjectInstanceZero, standins.ParticleSystem)
+    standins.register()
     return tam6, tamapi
 
 

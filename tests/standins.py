@@ -186,3 +186,20 @@ class DrawnParticleSystem(ParticleSystem):
 
     def py_RealDraw(self, xoff, yoff):
         self.log.append((self.name, xoff, yoff))
+
+
+def register(instances=None):
+    """Register the stand-in instance types (and `instances`) with korvel again,
+    as the runtime does after replacing one of its callables."""
+    import korvel
+    korvel.RegisterInstancesDict({} if instances is None else instances, ObjectInstanceBase,
+                                 ObjectInstanceZero, ParticleSystem)
+
+
+def fl8(*values):
+    """A korvel.Floatlist8 starting with `values`, zeros after them."""
+    import korvel
+    fl = korvel.Floatlist8()
+    for k, x in enumerate(values):
+        fl[k] = x
+    return fl

@@ -1,4 +1,5 @@
-"""TamSprite: members, resource-number conversions, comparison, pickling."""
+"""TamSprite, and what it shares with BackgroundData: members, resource-number
+conversions, comparison, pickling."""
 import gc
 import pickle
 import sys
@@ -16,32 +17,31 @@ INT_FIELDS = ["w", "h", "leftbound", "rightbound", "topbound", "bottombound", "x
               "smooth_edges", "preload_texture", "use_video_memory", "load_only_on_use"]
 
 
-def reregister():
-    korvel.RegisterInstancesDict({}, standins.ObjectInstanceBase, standins.ObjectInstanceZero,
-                                 standins.ParticleSystem)
+class Kind:
+    def __init__(self, cls, game_list, loader, state, int_fields, object_fields, no_number):
+        self.cls, self.game_list, self.loader, self.state = cls, game_list, loader, state
+        self.int_fields, self.object_fields, self.no_number = int_fields, object_fields, no_number
 
 
-def frames_loader(result=None):
-    """The runtime's loader: appends count surfaces to the sprite's subimages."""
-    def load(sprite, name, count):
-        sprite.subimages.extend(pygame.Surface((2, 2), 0, 32) for _ in range(count))
-    return standins.Recorder("SpriteData_load_images", result=result, action=load)
+SPRITE = Kind(korvel.TamSprite, "sprites", "SpriteData_load_images",
+              lambda name: tuple(range(15)) + (name, 0), INT_FIELDS,
+              ["name", "subimages", "scalecache"], SystemError)
+BACKGROUND = Kind(korvel.BackgroundData, "backgrounds", "BackgroundData_load_images",
+                  lambda name: (name, 0), ["w", "h", "transparent"],
+                  ["name", "surf", "scaled_data_cache"], "-1")
+kinds = pytest.mark.parametrize("kind", [SPRITE, BACKGROUND], ids=["sprite", "background"])
 
 
-@pytest.fixture
-def sprites(runtime):
-    tam6, _ = runtime
-    tam6.game.sprites = [korvel.TamSprite() for _ in range(5)]
-    return tam6.game.sprites
+def game_list(runtime, kind, as_tuple=False):
+    items = [kind.cls() for _ in range(5)]
+    setattr(runtime[0].game, kind.game_list, tuple(items) if as_tuple else items)
+    return items
 
 
-def test_new_sprite_defaults():
+def test_sprite_defaults_and_docs():
     s = korvel.TamSprite()
     assert (s.name, s.subimages, s.scalecache) == (None, [], {})
     assert [getattr(s, f) for f in INT_FIELDS] == [0] * len(INT_FIELDS)
-
-
-def test_type_and_member_docs():
     assert korvel.TamSprite.__doc__ == "Tam-compatible sprites."
     assert korvel.TamSprite.w.__doc__ == "unscaled sprite width."
     assert korvel.TamSprite.h.__doc__ == "unscaled sprite height."
@@ -50,76 +50,69 @@ def test_type_and_member_docs():
     assert korvel.TamSprite_from_surface.__doc__ == "Create a new TamSprite from a Pygame surface."
 
 
-def test_cannot_be_subclassed():
+@kinds
+def test_members_type_checks_and_emptied_object_members(kind):
+    r = kind.cls()
     with pytest.raises(TypeError):
-        type("Sub", (korvel.TamSprite,), {})
+        type("Sub", (kind.cls,), {})
+    for field in kind.int_fields:
+        setattr(r, field, -7)
+        assert getattr(r, field) == -7
+        for bad in ("x", None):
+            with pytest.raises(TypeError):
+                setattr(r, field, bad)
+        with pytest.raises(TypeError):
+            delattr(r, field)
+    for field in kind.object_fields:
+        setattr(r, field, "anything")
+        assert getattr(r, field) == "anything"
+        delattr(r, field)
+        with pytest.raises(AttributeError):
+            getattr(r, field)
 
 
-@pytest.mark.parametrize("field", INT_FIELDS)
-def test_int_members_are_writable_and_typed(field):
-    s = korvel.TamSprite()
-    setattr(s, field, -7)
-    assert getattr(s, field) == -7
-    with pytest.raises(TypeError):
-        setattr(s, field, "x")
-    with pytest.raises(TypeError):
-        delattr(s, field)
-
-
-@pytest.mark.parametrize("field", ["name", "subimages", "scalecache"])
-def test_emptied_object_members_raise_attribute_error(field):
-    s = korvel.TamSprite()
-    setattr(s, field, "anything")
-    assert getattr(s, field) == "anything"
-    delattr(s, field)
-    with pytest.raises(AttributeError):
-        getattr(s, field)
-
-
+@kinds
 @pytest.mark.parametrize("as_tuple", [False, True])
-def test_conversions_give_the_position_in_the_game_list(sprites, runtime, as_tuple):
-    if as_tuple:
-        runtime[0].game.sprites = tuple(sprites)
-    third = sprites[2]
+def test_conversions_give_the_position_in_the_game_list(runtime, kind, as_tuple):
+    third = game_list(runtime, kind, as_tuple)[2]
     assert (int(third), float(third), str(third)) == (2, 2.0, "2")
     assert type(float(third)) is float
+    outside = kind.cls()
+    for convert in (int, float, str):
+        if convert is str and kind.no_number == "-1":
+            assert str(outside) == "-1"
+        else:  # null without an exception: the host reports it as SystemError
+            with pytest.raises(SystemError):
+                convert(outside)
 
 
-@pytest.mark.parametrize("convert", [int, float, str])
-def test_sprite_outside_the_list_has_no_number(sprites, convert):
-    # null without an exception: the host reports it as SystemError
-    with pytest.raises(SystemError):
-        convert(korvel.TamSprite())
-
-
-@pytest.mark.parametrize("convert", [int, float, str])
-@pytest.mark.parametrize("breakage", ["game", "sprites"])
-def test_conversions_with_a_broken_runtime_raise(runtime, convert, breakage):
+@kinds
+@pytest.mark.parametrize("breakage", ["game", "list"])
+def test_conversions_with_a_broken_runtime_raise(runtime, kind, breakage):
     tam6, _ = runtime
-    delattr(tam6.game if breakage == "sprites" else tam6, breakage)
-    with pytest.raises(AttributeError):
-        convert(korvel.TamSprite())
+    if breakage == "game":
+        del tam6.game
+    else:
+        delattr(tam6.game, kind.game_list)
+    for convert in (int, float, str):
+        with pytest.raises(AttributeError):
+            convert(kind.cls())
 
 
+@kinds
 @pytest.mark.parametrize("other,want", [
     (3, [False, True, True, False, False, True]),
     (4.9, [True, True, False, True, False, False]),    # integer conversion: 4
     (2.5, [False, False, False, True, True, True]),
 ])
-def test_rich_comparison_by_resource_number(sprites, runtime, other, want):
-    runtime[0].game.sprites.insert(0, korvel.TamSprite())
-    s = sprites[3]
+def test_rich_comparison_by_resource_number(runtime, kind, other, want):
+    items = game_list(runtime, kind)
+    items.insert(0, kind.cls())
+    s = items[3]
     assert [s < other, s <= other, s == other, s != other, s > other, s >= other] == want
-
-
-def test_comparison_between_sprites_and_reflected(sprites):
-    assert sprites[1] < sprites[2] and sprites[2] == sprites[2]
-    assert 1 == sprites[1] and 4 > sprites[1]
-
-
-def test_comparison_with_a_non_number_raises(sprites):
+    assert items[1] < items[2] and items[2] == items[2] and 1 == items[1] and 4 > items[1]
     with pytest.raises(TypeError):
-        sprites[0] == None  # noqa: E711
+        s == None  # noqa: E711
 
 
 # --- pickling -------------------------------------------------------------------
@@ -134,120 +127,115 @@ def filled_sprite(name="spr_hero", frames=4):
     return s
 
 
-def test_reduce_gives_the_state_and_drops_the_live_scale_cache(runtime):
+def test_sprite_reduce_gives_the_state_and_drops_the_live_scale_cache(runtime):
     s = filled_sprite()
-    cls, args, state = s.__reduce__()
-    assert (cls, args) == (korvel.TamSprite, ())
-    assert state == tuple(range(10, 25)) + ("spr_hero", 4)
+    assert s.__reduce__() == (korvel.TamSprite, (), tuple(range(10, 25)) + ("spr_hero", 4))
     with pytest.raises(AttributeError):
         s.scalecache
-
-
-@pytest.mark.parametrize("protocol", [0, 2, pickle.HIGHEST_PROTOCOL])
-def test_round_trip_calls_the_loader_and_registers_the_sprite(runtime, protocol):
-    tam6, tamapi = runtime
-    tam6.SpriteData_load_images = frames_loader()
-    reregister()
-    restored = pickle.loads(pickle.dumps(filled_sprite(), protocol))
-    assert tam6.SpriteData_load_images.calls == [(restored, "spr_hero", 4)]
-    assert [getattr(restored, f) for f in INT_FIELDS] == list(range(10, 25))
-    assert len(restored.subimages) == 4 and restored.scalecache == {}
-    assert tamapi.spr_hero is restored
-
-
-def test_state_given_as_a_list_is_read_like_a_tuple(runtime):
-    s = korvel.TamSprite()
-    s.scalecache["old"] = 1
-    assert s.__setstate__(list(range(15)) + ["spr_x", 0]) is None
-    assert (s.w, s.load_only_on_use, s.name, s.subimages, s.scalecache) == (0, 14, "spr_x", [], {})
-
-
-def test_failing_loader_reports_and_keeps_the_new_fields(runtime, capfd):
-    tam6, tamapi = runtime
-    tam6.SpriteData_load_images = standins.Recorder("load", result=OSError("no file"))
-    reregister()
-    s = korvel.TamSprite()
-    with pytest.raises(OSError, match="no file"):
-        s.__setstate__(tuple(range(15)) + ("spr_y", 2))
-    assert capfd.readouterr().err == "An exception occurred!\n"
-    assert (s.h, s.name) == (1, "spr_y") and not hasattr(tamapi, "spr_y")
-
-
-def test_failing_store_prints_retnull(runtime, capfd):
-    s = korvel.TamSprite()
-    with pytest.raises(TypeError):
-        s.__setstate__(tuple(range(15)) + (["unhashable"], 0))
-    assert capfd.readouterr().out == "Retnull\n"
-
-
-def test_unregistered_loader_raises(runtime):
-    tam6, _ = runtime
-    del tam6.SpriteData_load_images
-    reregister()
-    with pytest.raises(RuntimeError, match="SpriteData_load_images"):
-        korvel.TamSprite().__setstate__(tuple(range(15)) + ("spr_z", 0))
-
-
-@pytest.mark.parametrize("state,error", [
-    (tuple(range(16)), IndexError),          # no count
-    (tuple(range(5)), IndexError),
-    (("w",) + tuple(range(16)), TypeError),
-    (5, TypeError),
-    ({"w": 1}, TypeError),
-])
-def test_malformed_state_raises(runtime, state, error):
-    with pytest.raises(error):
-        korvel.TamSprite().__setstate__(state)
-
-
-@pytest.mark.parametrize("field", ["name", "subimages"])
-def test_reduce_of_an_emptied_field_raises_and_keeps_the_cache(field):
-    s = korvel.TamSprite()
-    delattr(s, field)
-    with pytest.raises(AttributeError, match=field):
-        s.__reduce__()
-    assert s.scalecache == {}
-
-
-def test_reduce_of_subimages_without_a_length_raises():
-    s = korvel.TamSprite()
     s.subimages = 5
     with pytest.raises(TypeError):
         s.__reduce__()
 
 
-def live_sprites():
-    return sum(type(o) is korvel.TamSprite for o in gc.get_objects())
+@pytest.mark.parametrize("protocol", [0, 2, pickle.HIGHEST_PROTOCOL])
+def test_sprite_round_trip_calls_the_loader_and_registers_the_sprite(runtime, protocol):
+    tam6, tamapi = runtime
+
+    def load(sprite, name, count):
+        sprite.subimages.extend(pygame.Surface((2, 2), 0, 32) for _ in range(count))
+    tam6.SpriteData_load_images = standins.Recorder("load", action=load)
+    standins.register()
+    restored = pickle.loads(pickle.dumps(filled_sprite(), protocol))
+    assert tam6.SpriteData_load_images.calls == [(restored, "spr_hero", 4)]
+    assert [getattr(restored, f) for f in INT_FIELDS] == list(range(10, 25))
+    assert len(restored.subimages) == 4 and restored.scalecache == {}
+    assert tamapi.spr_hero is restored
+    s = korvel.TamSprite()  # a list state reads like a tuple
+    s.scalecache["old"] = 1
+    assert s.__setstate__(list(range(15)) + ["spr_x", 0]) is None
+    assert (s.w, s.load_only_on_use, s.name, s.subimages, s.scalecache) == (0, 14, "spr_x", [], {})
+
+
+@kinds
+def test_failing_loaders_and_stores_report(runtime, kind, capfd):
+    tam6, tamapi = runtime
+    with pytest.raises(TypeError):
+        kind.cls().__setstate__(kind.state(["unhashable"]))
+    assert capfd.readouterr().out == "Retnull\n"
+    setattr(tam6, kind.loader, standins.Recorder("load", result=OSError("no file")))
+    standins.register()
+    r = kind.cls()
+    with pytest.raises(OSError, match="no file"):
+        r.__setstate__(kind.state("res_y"))
+    assert capfd.readouterr().err == "An exception occurred!\n"
+    assert r.name == "res_y" and not hasattr(tamapi, "res_y")
+    delattr(tam6, kind.loader)
+    standins.register()
+    with pytest.raises(RuntimeError, match=kind.loader):
+        kind.cls().__setstate__(kind.state("res_z"))
+
+
+@pytest.mark.parametrize("kind,state,error", [
+    (SPRITE, tuple(range(16)), IndexError),          # no count
+    (SPRITE, tuple(range(5)), IndexError),
+    (SPRITE, ("w",) + tuple(range(16)), TypeError),
+    (SPRITE, 5, TypeError),
+    (SPRITE, {"w": 1}, TypeError),
+    (BACKGROUND, ("bg",), IndexError),
+    (BACKGROUND, ("bg", "t"), TypeError),
+    (BACKGROUND, None, TypeError),
+])
+def test_malformed_state_raises(runtime, kind, state, error):
+    with pytest.raises(error):
+        kind.cls().__setstate__(state)
+
+
+@pytest.mark.parametrize("kind,field", [(SPRITE, "name"), (SPRITE, "subimages"),
+                                        (BACKGROUND, "name")])
+def test_reduce_of_an_emptied_field_raises_and_keeps_the_cache(kind, field):
+    r = kind.cls()
+    delattr(r, field)
+    with pytest.raises(AttributeError, match=field):
+        r.__reduce__()
+    assert getattr(r, kind.object_fields[2]) == {}
 
 
 class BalanceName:
     """Unpickles to itself, so its count shows every reference a round trip keeps."""
 
 
-def test_ten_thousand_round_trips_keep_references_balanced(runtime):
+def live(cls):
+    return sum(type(o) is cls for o in gc.get_objects())
+
+
+@kinds
+def test_ten_thousand_round_trips_keep_references_balanced(runtime, kind):
     tam6, tamapi = runtime
-    tam6.SpriteData_load_images = lambda sprite, name, count: None
-    reregister()
-    s = filled_sprite(BalanceName, frames=2)
-    s = pickle.loads(pickle.dumps(s))
+    setattr(tam6, kind.loader, lambda *args: None)
+    standins.register()
+    r = kind.cls()
+    r.name = BalanceName
+    r = pickle.loads(pickle.dumps(r))
     gc.collect()
-    before = (live_sprites(), sys.getrefcount(BalanceName))
+    before = (live(kind.cls), sys.getrefcount(BalanceName))
     for _ in range(10_000):
-        s = pickle.loads(pickle.dumps(s))
+        r = pickle.loads(pickle.dumps(r))
     gc.collect()
-    assert (live_sprites(), sys.getrefcount(BalanceName)) == before
-    assert tamapi.__dict__[BalanceName] is s
+    assert (live(kind.cls), sys.getrefcount(BalanceName)) == before
+    assert tamapi.__dict__[BalanceName] is r
 
 
-def test_cycles_through_a_sprite_are_collected():
+@kinds
+def test_cycles_are_collected(kind):
     gc.collect()
-    before = live_sprites()
-    s = korvel.TamSprite()
-    s.subimages.append(s)
-    s.name = [s]
-    del s
+    before = live(kind.cls)
+    r = kind.cls()
+    r.name = [r]
+    setattr(r, kind.object_fields[1], r)
+    getattr(r, kind.object_fields[2])[1] = r
+    del r
     gc.collect()
-    assert live_sprites() == before
+    assert live(kind.cls) == before
 
 
 # --- from a surface --------------------------------------------------------------
@@ -273,10 +261,7 @@ def test_from_surface_builds_a_one_frame_sprite_in_the_screen_format(screen, dep
     mask = sum(screen.get_masks()[:3])
     got = raw_words(frame)[:, :32] & mask
     assert np.array_equal(got, raw_words(expect)[:16, :32] & mask)
-
-
-def test_from_surface_keeps_the_given_name(screen):
-    assert korvel.TamSprite_from_surface(pygame.Surface((4, 4)), "spr_ball").name == "spr_ball"
+    assert korvel.TamSprite_from_surface(source, "spr_ball").name == "spr_ball"
 
 
 @pytest.mark.parametrize("args", [(), (None,), ("surface",), (pygame.Rect(0, 0, 4, 4),),
