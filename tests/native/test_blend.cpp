@@ -9,84 +9,68 @@
 #include "korvel/pixels/blend.h"
 #include "korvel/pixels/kernels.h"
 #include "korvel/pixels/tint.h"
+#include "testutil.h"
 
 using namespace korvel::pixels;
+using testutil::PinnedIsa;
+using testutil::random_bytes;
 
 namespace {
 
-std::vector<uint8_t> random_bytes(std::mt19937& rng, std::size_t n) {
-  std::vector<uint8_t> v(n);
-  for (auto& b : v) b = uint8_t(rng());
-  return v;
-}
-
-// Restores the kernel table a test pinned.
-struct PinnedIsa {
-  explicit PinnedIsa(Isa isa) : saved(g_kernels) { g_kernels = &kernels_for(isa); }
-  ~PinnedIsa() { g_kernels = saved; }
-  const Kernels* saved;
-};
-
 // Sizes on both sides of every vector width, including 4 mod 8 for the tint tail.
-const std::size_t kSizes[] = {0, 1, 3, 4, 5, 7, 8, 9, 12, 15, 16, 17, 20, 28, 31, 32,
+const std::size_t kSizes[] = {0, 1, 3, 4, 5, 7, 8, 9, 10, 12, 15, 16, 17, 20, 28, 31, 32,
                               33, 36, 63, 64, 65, 100, 1027, 1028};
 
 unsigned sat_sub(unsigned a, unsigned b) { return a > b ? a - b : 0; }
 
-// Independent models, one byte at a time.
-uint8_t sub_model(const uint8_t* val4, std::size_t i) { return val4[i % 4]; }
-
-std::vector<uint8_t> tint_model(std::vector<uint8_t> d, std::size_t off, std::size_t n,
-                                uint32_t sub) {
-  const uint8_t fwd[4] = {uint8_t(sub), uint8_t(sub >> 8), uint8_t(sub >> 16), uint8_t(sub >> 24)};
-  const std::size_t body = n / 8 * 8;
+// Independent byte models: sub takes val's bytes in memory order; tint too,
+// except a tail group of fewer than 8 bytes, which takes them reversed.
+std::vector<uint8_t> byte_model(std::vector<uint8_t> d, const std::vector<uint8_t>& s,
+                                std::size_t off, std::size_t n, uint32_t val, int op) {
+  const std::size_t body = op == 2 ? n / 8 * 8 : n;
   for (std::size_t i = 0; i < n; ++i) {
-    const uint8_t s = i < body ? fwd[i % 4] : fwd[3 - i % 4];
-    d[off + i] = uint8_t(sat_sub(d[off + i], s));
+    const unsigned v = (val >> (8 * (i < body ? i % 4 : 3 - i % 4))) & 0xFF;
+    d[off + i] = op == 0 ? uint8_t(std::min(255, d[off + i] + s[off + i]))
+                         : uint8_t(sat_sub(d[off + i], v));
   }
   return d;
 }
 
-}  // namespace
-
-TEST(ByteKernels, ScalarMatchesTheByteModels) {
-  std::mt19937 rng(1);
-  const uint32_t val = 0x80FF0103;
-  const uint8_t val4[4] = {0x03, 0x01, 0xFF, 0x80};
-  for (std::size_t n : kSizes) {
-    const auto a = random_bytes(rng, n), b = random_bytes(rng, n);
-    auto add = a, sub = a;
-    add_saturate_scalar(add.data(), b.data(), n);
-    sub_saturate_scalar(sub.data(), n, val);
-    for (std::size_t i = 0; i < n; ++i) {
-      ASSERT_EQ(add[i], std::min(255, a[i] + b[i])) << "n=" << n << " i=" << i;
-      ASSERT_EQ(sub[i], sat_sub(a[i], sub_model(val4, i))) << "n=" << n << " i=" << i;
-    }
-    auto tint = a;
-    tint_scalar(tint.data(), n, val);
-    ASSERT_EQ(tint, tint_model(a, 0, n, val)) << "n=" << n;
-  }
+SDL_Surface* surface(uint32_t format, int w, int h, std::mt19937& rng) {
+  SDL_Surface* s = SDL_CreateRGBSurfaceWithFormat(0, w, h, 32, format);
+  const auto b = random_bytes(rng, std::size_t(s->pitch) * h);
+  std::memcpy(s->pixels, b.data(), b.size());
+  return s;
 }
 
-TEST(ByteKernels, EveryIsaMatchesScalarOnRandomRuns) {
+std::vector<uint32_t> words_of(const SDL_Surface* s) {
+  std::vector<uint32_t> v(std::size_t(s->pitch) * s->h / 4);
+  std::memcpy(v.data(), s->pixels, v.size() * 4);
+  return v;
+}
+
+}  // namespace
+
+// Scalar against the byte models, every ISA against scalar, misaligned starts too.
+TEST(ByteKernels, EveryIsaMatchesScalarAndTheModel) {
   std::mt19937 rng(7);
   for (std::size_t n : kSizes)
-    for (std::size_t off : {0, 1, 3, 4}) {  // misaligned starts too
+    for (std::size_t off : {0, 1, 3, 4}) {
       const auto d = random_bytes(rng, n + off + 8), s = random_bytes(rng, n + off + 8);
       const uint32_t val = rng();
-      auto add_want = d, sub_want = d, tint_want = d;
-      add_saturate_scalar(add_want.data() + off, s.data() + off, n);
-      sub_saturate_scalar(sub_want.data() + off, n, val);
-      tint_scalar(tint_want.data() + off, n, val);
+      auto want = std::vector<std::vector<uint8_t>>{d, d, d};
+      add_saturate_scalar(want[0].data() + off, s.data() + off, n);
+      sub_saturate_scalar(want[1].data() + off, n, val);
+      tint_scalar(want[2].data() + off, n, val);
+      for (int op = 0; op < 3; ++op)
+        ASSERT_EQ(want[op], byte_model(d, s, off, n, val, op)) << op << " n=" << n;
       for (Isa isa : available_isas()) {
         const Kernels& k = kernels_for(isa);
-        auto add = d, sub = d, tint = d;
-        k.add_saturate(add.data() + off, s.data() + off, n);
-        k.sub_saturate(sub.data() + off, n, val);
-        k.tint(tint.data() + off, n, val);
-        ASSERT_EQ(add, add_want) << k.name << " add n=" << n << " off=" << off;
-        ASSERT_EQ(sub, sub_want) << k.name << " sub n=" << n << " off=" << off;
-        ASSERT_EQ(tint, tint_want) << k.name << " tint n=" << n << " off=" << off;
+        auto got = std::vector<std::vector<uint8_t>>{d, d, d};
+        k.add_saturate(got[0].data() + off, s.data() + off, n);
+        k.sub_saturate(got[1].data() + off, n, val);
+        k.tint(got[2].data() + off, n, val);
+        ASSERT_EQ(got, want) << k.name << " n=" << n << " off=" << off;
       }
     }
 }
@@ -98,13 +82,12 @@ TEST(ByteKernels, AllByteOperandPairs) {
   for (std::size_t i = 0; i < base.size(); ++i) base[i] = uint8_t(i / 4);
   for (unsigned v = 0; v < 256; ++v) {
     const std::vector<uint8_t> operand(base.size(), uint8_t(v));
-    const uint32_t val = v * 0x01010101u;
     for (Isa isa : available_isas()) {
       const Kernels& k = kernels_for(isa);
       auto add = base, sub = base, tint = base;
       k.add_saturate(add.data(), operand.data(), add.size());
-      k.sub_saturate(sub.data(), sub.size(), val);
-      k.tint(tint.data(), tint.size(), val);  // 1028 bytes: a 4-byte tail as well
+      k.sub_saturate(sub.data(), sub.size(), v * 0x01010101u);
+      k.tint(tint.data(), tint.size(), v * 0x01010101u);  // 1028 bytes: a 4-byte tail as well
       for (std::size_t i = 0; i < base.size(); ++i) {
         ASSERT_EQ(add[i], std::min(255u, base[i] + v)) << k.name << " " << i << "+" << v;
         ASSERT_EQ(sub[i], sat_sub(base[i], v)) << k.name << " " << i << "-" << v;
@@ -115,84 +98,40 @@ TEST(ByteKernels, AllByteOperandPairs) {
 }
 
 TEST(Tint, TailTakesTheSubtractorBytesReversed) {
-  // Three pixels: the first two forward, the last one crossed.
-  std::vector<uint8_t> px(12, 0xFF);
-  const uint32_t sub = 0x40302010;
+  std::vector<uint8_t> px(12, 0xFF);  // three pixels: two forward, the last one crossed
   for (Isa isa : available_isas()) {
     auto got = px;
-    kernels_for(isa).tint(got.data(), got.size(), sub);
+    kernels_for(isa).tint(got.data(), got.size(), 0x40302010);
     EXPECT_EQ(got, (std::vector<uint8_t>{0xEF, 0xDF, 0xCF, 0xBF, 0xEF, 0xDF, 0xCF, 0xBF, 0xBF,
                                          0xCF, 0xDF, 0xEF}))
         << kernels_for(isa).name;
   }
+  uint8_t buf[6] = {10, 10, 10, 10, 10, 10};  // satusub repeats val in memory order
+  satusub(buf, 6, 0x04030201);
+  EXPECT_EQ(std::vector<uint8_t>(buf, buf + 6), (std::vector<uint8_t>{9, 8, 7, 6, 9, 8}));
 }
 
-TEST(Tint, PartialTailGroupStopsAtTheEnd) {
-  std::vector<uint8_t> px(8 + 2 + 1, 0xFF);
-  tint_scalar(px.data(), 10, 0x40302010);  // the last byte lies outside the run
-  EXPECT_EQ(px[8], 0xBF);
-  EXPECT_EQ(px[9], 0xCF);
-  EXPECT_EQ(px[10], 0xFF);
-}
-
-namespace {
-
-SDL_Surface* surface(uint32_t format, int w, int h, std::mt19937& rng) {
-  SDL_Surface* s = SDL_CreateRGBSurfaceWithFormat(0, w, h, 32, format);
-  auto* p = static_cast<uint8_t*>(s->pixels);
-  for (int i = 0; i < s->pitch * h; ++i) p[i] = uint8_t(rng());
-  return s;
-}
-
-std::vector<uint8_t> bytes_of(const SDL_Surface* s) {
-  const auto* p = static_cast<const uint8_t*>(s->pixels);
-  return std::vector<uint8_t>(p, p + s->pitch * s->h);
-}
-
-}  // namespace
-
-TEST(TintSurface, WorkedExampleKeepsRedAndAlpha) {
-  std::mt19937 rng(3);
-  SDL_Surface* s = surface(SDL_PIXELFORMAT_ARGB8888, 4, 2, rng);
-  EXPECT_EQ(tint_subtractor(s->format, 0x0000FF), 0x0000FFFFu);
-  const auto before = bytes_of(s);
-  Tint_Surface(s, 0x0000FF);
-  const auto* after = static_cast<const uint32_t*>(s->pixels);
-  for (int i = 0; i < 8; ++i) {
-    uint32_t was;
-    std::memcpy(&was, before.data() + 4 * i, 4);
-    EXPECT_EQ(after[i], was & 0xFFFF0000u);
-  }
-  SDL_FreeSurface(s);
-}
-
-TEST(TintSurface, WhiteChangesNothingAndBlackClearsColour) {
+// White changes nothing, black clears colour, blue (0x0000FF) keeps red and alpha.
+TEST(TintSurface, ClearsTheComplementKeepingAlpha) {
   std::mt19937 rng(4);
-  for (uint32_t fmt : {SDL_PIXELFORMAT_ARGB8888, SDL_PIXELFORMAT_ABGR8888}) {
-    SDL_Surface* s = surface(fmt, 5, 3, rng);
-    const auto before = bytes_of(s);
-    Tint_Surface(s, 0xFFFFFF);
-    EXPECT_EQ(bytes_of(s), before);
-    Tint_Surface(s, 0x000000);
-    const auto* after = static_cast<const uint32_t*>(s->pixels);
-    for (int i = 0; i < s->pitch * s->h / 4 - 1; ++i) {  // the crossed last pixel aside
-      uint32_t was;
-      std::memcpy(&was, before.data() + 4 * i, 4);
-      EXPECT_EQ(after[i], was & s->format->Amask) << i;
-    }
+  struct Case { uint32_t fmt, tint, keep; };
+  for (const Case c : {Case{SDL_PIXELFORMAT_ARGB8888, 0x0000FF, 0xFFFF0000},
+                       Case{SDL_PIXELFORMAT_ARGB8888, 0xFFFFFF, 0xFFFFFFFF},
+                       Case{SDL_PIXELFORMAT_ABGR8888, 0xFFFFFF, 0xFFFFFFFF},
+                       Case{SDL_PIXELFORMAT_ARGB8888, 0x000000, 0xFF000000},
+                       Case{SDL_PIXELFORMAT_ABGR8888, 0x000000, 0xFF000000}}) {
+    SDL_Surface* s = surface(c.fmt, 5, 3, rng);
+    const auto before = words_of(s);
+    Tint_Surface(s, c.tint);
+    const auto after = words_of(s);
+    for (std::size_t i = 0; i + 1 < after.size(); ++i)  // the crossed last pixel aside
+      EXPECT_EQ(after[i], before[i] & c.keep) << std::hex << c.tint << " " << i;
     SDL_FreeSurface(s);
   }
+  SDL_PixelFormat* f = SDL_AllocFormat(SDL_PIXELFORMAT_ARGB8888);
+  EXPECT_EQ(tint_subtractor(f, 0x0000FF), 0x0000FFFFu);
+  SDL_FreeFormat(f);
 }
-
-namespace {
-
-uint32_t alpha_model(uint32_t px, const SDL_PixelFormat* f, uint32_t a) {
-  const uint32_t cm = f->Rmask | f->Gmask | f->Bmask;
-  if (f->Ashift > 23) return (px & cm) | ((uint32_t(uint64_t(px >> 8) * a)) & f->Amask);
-  return (px & cm) | ((uint32_t(uint64_t(px & f->Amask) * a) >> 8) & f->Amask);
-}
-
-}  // namespace
 
 class TranslucentifyFormats : public ::testing::TestWithParam<uint32_t> {};
 
@@ -201,28 +140,23 @@ TEST_P(TranslucentifyFormats, EveryIsaMatchesTheWordModel) {
   for (int w : {1, 3, 7, 9, 17})
     for (uint32_t a : {0u, 1u, 128u, 254u, 255u}) {
       SDL_Surface* s = surface(GetParam(), w, 3, rng);
-      const auto before = bytes_of(s);
+      const auto before = words_of(s);
+      const SDL_PixelFormat* f = s->format;
       for (Isa isa : available_isas()) {
         PinnedIsa pin(isa);
-        std::memcpy(s->pixels, before.data(), before.size());
+        std::memcpy(s->pixels, before.data(), before.size() * 4);
         Translucentify(s, uint8_t(a));
-        const auto* got = static_cast<const uint32_t*>(s->pixels);
-        for (std::size_t i = 0; i < before.size() / 4; ++i) {
-          uint32_t was;
-          std::memcpy(&was, before.data() + 4 * i, 4);
-          ASSERT_EQ(got[i], alpha_model(was, s->format, a))
-              << kernels_for(isa).name << " w=" << w << " a=" << a << " i=" << i;
+        const auto got = words_of(s);
+        for (std::size_t i = 0; i < got.size(); ++i) {
+          const uint32_t px = before[i], cm = f->Rmask | f->Gmask | f->Bmask;
+          const uint32_t want =
+              f->Ashift > 23 ? (px & cm) | (uint32_t(uint64_t(px >> 8) * a) & f->Amask)
+                             : (px & cm) | ((uint32_t(uint64_t(px & f->Amask) * a) >> 8) & f->Amask);
+          ASSERT_EQ(got[i], want) << kernels_for(isa).name << " w=" << w << " a=" << a;
         }
       }
       SDL_FreeSurface(s);
     }
-}
-
-INSTANTIATE_TEST_SUITE_P(Formats, TranslucentifyFormats,
-                         ::testing::Values(SDL_PIXELFORMAT_ARGB8888, SDL_PIXELFORMAT_ABGR8888,
-                                           SDL_PIXELFORMAT_RGBA8888, SDL_PIXELFORMAT_RGB888));
-
-TEST(Translucentify, DocumentedCases) {
   SDL_Surface* s = SDL_CreateRGBSurfaceWithFormat(0, 2, 1, 32, SDL_PIXELFORMAT_ARGB8888);
   auto* px = static_cast<uint32_t*>(s->pixels);
   px[0] = 0xFF000000;
@@ -230,10 +164,13 @@ TEST(Translucentify, DocumentedCases) {
   Translucentify(s, 255);
   EXPECT_EQ(px[0], 0xFE000000u);
   Translucentify(s, 0);
-  EXPECT_EQ(px[0], 0x00000000u);
   EXPECT_EQ(px[1], 0x00123456u);  // colour kept, alpha cleared
   SDL_FreeSurface(s);
 }
+
+INSTANTIATE_TEST_SUITE_P(Formats, TranslucentifyFormats,
+                         ::testing::Values(SDL_PIXELFORMAT_ARGB8888, SDL_PIXELFORMAT_ABGR8888,
+                                           SDL_PIXELFORMAT_RGBA8888, SDL_PIXELFORMAT_RGB888));
 
 // Random words through the alpha run of every ISA, unusual masks included.
 TEST(ScaleAlpha, EveryIsaMatchesScalar) {
@@ -253,25 +190,20 @@ TEST(ScaleAlpha, EveryIsaMatchesScalar) {
     }
 }
 
-TEST(Satusub, RepeatsTheValueInMemoryOrder) {
-  uint8_t buf[6] = {10, 10, 10, 10, 10, 10};
-  satusub(buf, 6, 0x04030201);
-  EXPECT_EQ(std::vector<uint8_t>(buf, buf + 6), (std::vector<uint8_t>{9, 8, 7, 6, 9, 8}));
-}
-
 struct ClipCase {
   int16_t x, y;
   bool visible;
   std::ptrdiff_t srcstart, dststart;
   int rows, row_bytes;
+  int h = 6;  // image height
 };
 
 class AdditiveClip : public ::testing::TestWithParam<ClipCase> {};
 
-// A 10x6 image on a 40x30 screen with a pitch of 200 bytes.
+// A 10-wide image on a 40x30 screen with a pitch of 200 bytes.
 TEST_P(AdditiveClip, PlacesTheImage) {
   const ClipCase c = GetParam();
-  const AdditiveSpan s = clip_additive(10, 6, 40, 30, 200, c.x, c.y);
+  const AdditiveSpan s = clip_additive(10, c.h, 40, 30, 200, c.x, c.y);
   ASSERT_EQ(s.visible, c.visible);
   if (!c.visible) return;
   EXPECT_EQ(s.srcstart, c.srcstart);
@@ -283,22 +215,17 @@ TEST_P(AdditiveClip, PlacesTheImage) {
 INSTANTIATE_TEST_SUITE_P(
     Placements, AdditiveClip,
     ::testing::Values(ClipCase{5, 4, true, 0, 4 * 200 + 20, 6, 40},
-                      ClipCase{5, -3, true, 0, 20, 6, 40},      // shifted down to row 0
+                      ClipCase{5, -3, true, 0, 20, 6, 40},             // shifted down to row 0
                       ClipCase{5, 27, true, 0, 27 * 200 + 20, 3, 40},  // cut at the bottom
-                      ClipCase{5, 30, false, 0, 0, 0, 0},       // below the screen
-                      ClipCase{30, 4, false, 0, 0, 0, 0},       // touches the right edge
+                      ClipCase{5, 30, false, 0, 0, 0, 0},              // below the screen
+                      ClipCase{30, 4, false, 0, 0, 0, 0},              // touches the right edge
                       ClipCase{29, 4, true, 0, 4 * 200 + 116, 6, 40},
                       ClipCase{40, 4, false, 0, 0, 0, 0},
                       ClipCase{-2, 4, true, 8, 4 * 200, 6, 32},  // two columns cut
                       ClipCase{-10, 4, false, 0, 0, 0, 0},       // wholly left
-                      ClipCase{-2, -1, true, 8, 0, 6, 32}));
-
-TEST(AdditiveClipGuard, TallImageAtTheTopStopsAtTheLastRow) {
-  const AdditiveSpan s = clip_additive(10, 50, 40, 30, 200, 0, -5);
-  ASSERT_TRUE(s.visible);
-  EXPECT_EQ(s.dststart, 0);
-  EXPECT_EQ(s.rows, 30);
-}
+                      ClipCase{-2, -1, true, 8, 0, 6, 32},
+                      // guard: a tall image at the top stops at the last row
+                      ClipCase{0, -5, true, 0, 0, 30, 40, 50}));
 
 TEST(AdditiveBlit, AddsRowsWithTheirOwnPitches) {
   std::mt19937 rng(12);

@@ -1,28 +1,22 @@
 #include <SDL.h>
 #include <gtest/gtest.h>
 
-#include <random>
 #include <vector>
 
 #include "korvel/pixels/rect_color.h"
+#include "testutil.h"
 
 using namespace korvel::pixels;
+using testutil::Picture;
 
 namespace {
 
-// A 20 x 15 XRGB surface with a guard row above and below, filled with noise.
-struct Screen {
-  static constexpr int w = 20, h = 15, stride = 22;
+// A 20 x 15 XRGB surface of noise with row padding and guard rows.
+struct Screen : Picture {
   SDL_PixelFormat* fmt = SDL_AllocFormat(SDL_PIXELFORMAT_RGB888);
-  std::vector<uint32_t> px;
-  Screen() : px(std::size_t(stride) * (h + 2)) {
-    std::mt19937 rng(17);
-    for (auto& p : px) p = rng();
-  }
+  Screen() : Picture(20, 15, 2, 17) {}
+  Screen(const Screen& o) : Picture(o), fmt(SDL_AllocFormat(SDL_PIXELFORMAT_RGB888)) {}
   ~Screen() { SDL_FreeFormat(fmt); }
-  Screen(const Screen& o) : fmt(SDL_AllocFormat(SDL_PIXELFORMAT_RGB888)), px(o.px) {}
-  PixelView view() { return {reinterpret_cast<uint8_t*>(px.data() + stride), w, h, stride * 4}; }
-  uint32_t& at(int x, int y) { return px[std::size_t(y + 1) * stride + x]; }
   RectColorOutcome draw(int x1, int y1, int x2, int y2, CornerColours c, int alpha, bool outline) {
     return draw_rectangle_color(view(), fmt, x1, y1, x2, y2, c, alpha, outline);
   }
@@ -31,13 +25,7 @@ struct Screen {
 // Script colour 0x00BBGGRR as an XRGB word.
 uint32_t xrgb(uint32_t c) { return ((c & 0xFF) << 16) | (c & 0xFF00) | ((c >> 16) & 0xFF); }
 
-// The mix of two script colours at weight t, lane by lane, as an XRGB word.
-uint32_t mix(uint32_t a, uint32_t b, uint32_t t) {
-  uint32_t c = 0;
-  for (int k = 0; k < 3; ++k)
-    c |= (((((a >> (8 * k)) & 0xFF) * t + ((b >> (8 * k)) & 0xFF) * (256 - t)) >> 8) << (8 * k));
-  return xrgb(c);
-}
+uint32_t mix(uint32_t a, uint32_t b, uint32_t t) { return xrgb(testutil::mix256(a, b, t)); }
 
 // The weight of each of n steps from 1.0 down by 1/span.
 std::vector<uint32_t> weights(int span, int n) {
@@ -49,6 +37,14 @@ std::vector<uint32_t> weights(int span, int n) {
 
 const CornerColours kVertical{0x0000FF, 0x0000FF, 0xFF8000, 0xFF8000};
 const CornerColours kHorizontal{0x102030, 0xF0E0D0, 0x000000, 0x000000};
+
+// Compares every pixel of s with want(x, y, old pixel).
+template <typename F>
+void expect_pixels(Screen& s, const Screen& before, F want, const char* what) {
+  for (int y = 0; y < s.h; ++y)
+    for (int x = 0; x < s.w; ++x)
+      EXPECT_EQ(s.at(x, y), want(x, y, before.at(x, y))) << what << " " << x << "," << y;
+}
 
 }  // namespace
 
@@ -81,63 +77,44 @@ TEST(RectColor, FlatTranslucentFillsEvenWhenOutlined) {
   const Screen before = s;
   ASSERT_EQ(s.draw(9, 8, 2, 3, {0x00406080, 0x00406080, 0x00406080, 0x00406080}, 127, true),
             RectColorOutcome::drawn);
-  Screen t = before;
-  for (int y = 0; y < Screen::h; ++y)
-    for (int x = 0; x < Screen::w; ++x) {
-      const bool in = x >= 2 && x < 9 && y >= 3 && y <= 8;  // bottom row included
-      uint32_t want = t.at(x, y);
-      if (in) {
-        want = 0;
-        for (int k = 0; k < 3; ++k) {
-          const uint32_t o = (t.at(x, y) >> (8 * k)) & 0xFF, c = (0x00406080u >> (8 * k)) & 0xFF;
-          want |= (((o * 128) >> 8) + ((c * 127) >> 8)) << (8 * k);
-        }
-      }
-      EXPECT_EQ(s.at(x, y), want) << x << "," << y;
-    }
+  expect_pixels(s, before, [](int x, int y, uint32_t old) {
+    if (!(x >= 2 && x < 9 && y >= 3 && y <= 8)) return old;  // bottom row included
+    return testutil::mix256(old, 0, 128) + testutil::mix256(0x00406080u, 0, 127);
+  }, "flat");
 }
 
-TEST(RectColor, SwappedCornersDrawTheSame) {
+TEST(RectColor, OpaqueVerticalOutlineAndSwappedCorners) {
   for (bool outline : {false, true}) {
     Screen a, b;
     a.draw(0, 0, 10, 10, kVertical, 255, outline);
     b.draw(10, 10, 0, 0, kVertical, 255, outline);
     EXPECT_EQ(a.px, b.px) << outline;
   }
-}
-
-TEST(RectColor, OpaqueVerticalOutline) {
   Screen s;
-  Screen before = s;
+  const Screen before = s;
   s.draw(0, 0, 10, 10, kVertical, 255, true);
   const auto t = weights(10, 10);  // rows 1 to 10
-  for (int y = 0; y < Screen::h; ++y)
-    for (int x = 0; x < Screen::w; ++x) {
-      uint32_t want = before.at(x, y);
-      if (y == 0 && x < 10) want = xrgb(kVertical.tl);
-      if (y == 10 && x < 10) want = xrgb(kVertical.bl);
-      if (y >= 1 && y <= 10 && (x == 0 || x == 10))
-        want = mix(kVertical.tl, kVertical.bl, t[y - 1]);
-      EXPECT_EQ(s.at(x, y), want) << x << "," << y;
-    }
+  expect_pixels(s, before, [&](int x, int y, uint32_t old) {
+    if (y == 0 && x < 10) return xrgb(kVertical.tl);
+    if (y == 10 && x < 10) return xrgb(kVertical.bl);
+    if (y >= 1 && y <= 10 && (x == 0 || x == 10)) return mix(kVertical.tl, kVertical.bl, t[y - 1]);
+    return old;
+  }, "outline");
 }
 
 TEST(RectColor, OpaqueFillsFollowTheirGradients) {
   Screen v, h;
-  Screen before = v;
+  const Screen before = v;
   v.draw(3, 2, 12, 9, kVertical, 255, false);
   h.draw(3, 2, 12, 9, kHorizontal, 255, false);
   const auto tv = weights(7, 7), th = weights(9, 9);
-  for (int y = 0; y < Screen::h; ++y)
-    for (int x = 0; x < Screen::w; ++x) {
-      const bool cols = x >= 3 && x < 12;
-      const uint32_t wv = cols && y >= 2 && y < 9 ? mix(kVertical.tr, kVertical.bl, tv[y - 2])
-                                                  : before.at(x, y);
-      const uint32_t wh = cols && y >= 2 && y <= 9 ? mix(kHorizontal.tl, kHorizontal.tr, th[x - 3])
-                                                   : before.at(x, y);
-      EXPECT_EQ(v.at(x, y), wv) << "vertical " << x << "," << y;
-      EXPECT_EQ(h.at(x, y), wh) << "horizontal " << x << "," << y;
-    }
+  expect_pixels(v, before, [&](int x, int y, uint32_t old) {
+    return x >= 3 && x < 12 && y >= 2 && y < 9 ? mix(kVertical.tr, kVertical.bl, tv[y - 2]) : old;
+  }, "vertical");
+  expect_pixels(h, before, [&](int x, int y, uint32_t old) {
+    return x >= 3 && x < 12 && y >= 2 && y <= 9 ? mix(kHorizontal.tl, kHorizontal.tr, th[x - 3])
+                                                : old;
+  }, "horizontal");
 }
 
 // guard: corners far outside the surface write nothing outside its pixels,
@@ -153,10 +130,9 @@ TEST(RectColor, CornersOutsideTheSurfaceStayInside) {
           const Screen before = s;
           s.draw(r[0], r[1], r[2], r[3], c, alpha, outline);
           // the guard rows and the row padding keep their bytes
-          for (int y = -1; y <= Screen::h; ++y)
-            for (int x = 0; x < Screen::stride; ++x)
-              if (y < 0 || y == Screen::h || x >= Screen::w)
-                ASSERT_EQ(s.at(x, y), before.px[std::size_t(y + 1) * Screen::stride + x]);
+          for (int y = -1; y <= s.h; ++y)
+            for (int x = 0; x < s.stride; ++x)
+              if (y < 0 || y == s.h || x >= s.w) ASSERT_EQ(s.at(x, y), before.at(x, y));
         }
   // the part of a vertical fill below the top edge keeps its rows' colours
   Screen s;
