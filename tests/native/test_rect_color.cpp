@@ -95,9 +95,9 @@ TEST(RectColor, OpaqueVerticalOutlineAndSwappedCorners) {
   s.draw(0, 0, 10, 10, kVertical, 255, true);
   const auto t = weights(10, 10);  // rows 1 to 10
   expect_pixels(s, before, [&](int x, int y, uint32_t old) {
+    if (y >= 1 && y <= 10 && (x == 0 || x == 10)) return mix(kVertical.tl, kVertical.bl, t[y - 1]);
     if (y == 0 && x < 10) return xrgb(kVertical.tl);
     if (y == 10 && x < 10) return xrgb(kVertical.bl);
-    if (y >= 1 && y <= 10 && (x == 0 || x == 10)) return mix(kVertical.tl, kVertical.bl, t[y - 1]);
     return old;
   }, "outline");
 }
