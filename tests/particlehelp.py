@@ -3,14 +3,7 @@ import numpy as np
 import pygame
 
 import korvel
-from pixelmodel import raw_words
-
-
-def write_words(surface, words):
-    """Fill a surface's pixel words (row padding included) from an array."""
-    buf = surface.get_buffer()
-    buf.write(np.ascontiguousarray(words, dtype=np.uint32).tobytes())
-    del buf
+from pixelmodel import raw_words, write_words
 
 
 def shape(w, h, seed, alpha=0xFF):

@@ -9,6 +9,28 @@ def raw_words(surface):
     return buf.reshape(surface.get_height(), surface.get_pitch() // 4).copy()
 
 
+def write_words(surface, words):
+    """Fill a surface's pixel words (row padding included) from an array."""
+    buf = surface.get_buffer()
+    buf.write(np.ascontiguousarray(words, dtype=np.uint32).tobytes())
+    del buf
+
+
+def noise(w, h, flags=0, depth=32, seed=1):
+    """A surface of random bytes, row padding included."""
+    s = pygame.Surface((w, h), flags, depth)
+    rng = np.random.default_rng(seed)
+    buf = s.get_buffer()
+    buf.write(rng.integers(0, 256, size=s.get_pitch() * h, dtype=np.uint8).tobytes())
+    del buf
+    return s
+
+
+def pixels(s):
+    """The w x h words of a 32-bit surface."""
+    return raw_words(s)[:, :s.get_width()]
+
+
 def lanes(w):
     w = np.asarray(w, dtype=np.int64)
     return [(w >> (8 * k)) & 0xFF for k in range(3)]

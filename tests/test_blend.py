@@ -148,12 +148,6 @@ def test_tint_lowers_colour_bytes_with_the_crossed_last_pixel(runtime, screen, s
     np.testing.assert_array_equal(raw_words(screen), twice)  # made this frame: drawn twice
 
 
-def test_crossed_tail_is_visible_on_an_odd_pixel_count():
-    words = np.full((1, 3), 0xFFFFFFFF, dtype=np.uint32)
-    tinted = tint_words(words, tint_subtractor(ARGB, 0x0000FF))
-    assert tinted.tolist() == [[0xFFFF0000, 0xFFFF0000, 0x0000FFFF]]
-
-
 @pytest.mark.parametrize("shape_depth,screen_depth", [(24, 32), (16, 32), (32, 16), (32, 24)])
 def test_additive_blit_draws_only_between_32_bit_surfaces(runtime, screen, shape_depth,
                                                           screen_depth):

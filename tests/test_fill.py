@@ -3,16 +3,7 @@ import pygame
 import pytest
 
 import korvel
-from pixelmodel import fill_mix, raw_words
-
-
-def make_surface(w, h, flags, seed):
-    s = pygame.Surface((w, h), flags, 32)
-    rng = np.random.default_rng(seed)
-    buf = s.get_buffer()
-    buf.write(rng.integers(0, 2**32, size=s.get_pitch() * h // 4, dtype=np.uint32).tobytes())
-    del buf
-    return s
+from pixelmodel import fill_mix, noise, raw_words
 
 
 def expected_fill(before, w, h, x1, y1, x2, y2, color, alpha):
@@ -44,7 +35,7 @@ RECTS = [
                                          (0x123456, 0), (0x00FF00FF, 256 + 77)])
 def test_fill_matches_model(flags, size, rect, color, alpha):
     w, h = size
-    s = make_surface(w, h, flags, seed=w * 100 + h)
+    s = noise(w, h, flags, seed=w * 100 + h)
     before = raw_words(s)
     korvel.fill_translucent(s, *rect, color, alpha)
     want = expected_fill(before[:, :w], w, h, *rect, color, alpha)

@@ -7,17 +7,14 @@ import pygame
 import pytest
 
 import korvel
-from pixelmodel import fill_mix, gradient_weights, map_script, mix, raw_words
+from pixelmodel import fill_mix, gradient_weights, map_script, mix, raw_words, write_words
 
 RED, BLUE, GREEN = 0x0000FF, 0xFF0000, 0x00FF00
 
 
 def noisy(screen):
     rng = np.random.default_rng(8)
-    buf = screen.get_buffer()
-    buf.write(rng.integers(0, 2**24, size=screen.get_pitch() * screen.get_height() // 4,
-                           dtype=np.uint32).tobytes())
-    del buf
+    write_words(screen, rng.integers(0, 2**24, size=raw_words(screen).shape, dtype=np.uint32))
     return raw_words(screen)
 
 

@@ -4,22 +4,9 @@ import pytest
 
 import korvel
 import nativeapi
-from pixelmodel import raw_words
+from pixelmodel import noise, pixels
 
 WHITE = 0x00FFFFFF  # COLOR_WHITE of the XRGB test screen
-
-
-def noise(w, h, flags=0, depth=32, seed=1):
-    s = pygame.Surface((w, h), flags, depth)
-    rng = np.random.default_rng(seed)
-    buf = s.get_buffer()
-    buf.write(rng.integers(0, 256, size=s.get_pitch() * h, dtype=np.uint8).tobytes())
-    del buf
-    return s
-
-
-def pixels(s):
-    return raw_words(s)[:, :s.get_width()]
 
 
 def sprite(*frames):
