@@ -130,19 +130,18 @@ def test_translucent_outline_is_refused(world, capfd, outline):
     np.testing.assert_array_equal(raw_words(world.screen), before)
 
 
-def test_a_failing_fill_reports_and_raises(world, capfd):
-    world.screen.error = ValueError("no")
+@pytest.mark.parametrize("outline,fail,line", [
+    (0, lambda w: setattr(w.screen, "error", ValueError("no")),
+     "An error occurred filling surface.\n"),
+    (1, lambda w: setattr(w.rect, "result", ValueError("no")),
+     "An error occurred calling pygame.draw.rect(screen,color,"
+     "4.000000,2.000000,20.000000,30.000000,1).\n"),
+], ids=["fill", "draw.rect"])
+def test_a_failing_draw_reports_and_raises(world, capfd, outline, fail, line):
+    fail(world)
     with pytest.raises(ValueError):
-        korvel.draw_rectangle(10, 5, 20, 15)
-    assert capfd.readouterr().err == "An error occurred filling surface.\n"
-
-
-def test_a_failing_draw_rect_reports_and_raises(world, capfd):
-    world.rect.result = ValueError("no")
-    with pytest.raises(ValueError):
-        korvel.draw_rectangle(10, 5, 20, 15, 1)
-    assert capfd.readouterr().err == ("An error occurred calling pygame.draw.rect(screen,color,"
-                                      "4.000000,2.000000,20.000000,30.000000,1).\n")
+        korvel.draw_rectangle(10, 5, 20, 15, outline)
+    assert capfd.readouterr().err == line
 
 
 @pytest.mark.parametrize("change,error", [

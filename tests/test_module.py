@@ -25,6 +25,32 @@ DOCS = {
     "init_subsystems": "Initialize the subsystem variables.",
     "set_SDL_screen": "Store the SDL screen in a C variable.",
     "RegisterInstancesDict": "Store data for InstanceList.",
+    "CParticle_new": "Create a new particle.",
+    "CParticle_new_size_color": "Create a new particle of a given size and color.",
+    "CParticle_step": "Per-particle step function.",
+    "CParticle_dec_ttl": "Decrement the particle TTL and return the new value.",
+    "CParticle_dec_ttl_and_render":
+        "Decrement the particle TTL and render if the particle still should exist.",
+    "CParticle_attach_beancounter":
+        "Attach a beancounter to the particle.  The beancounter will be increased.  "
+        "Destroying the particle will decrease it.  If there is a preexisting beancounter, "
+        "it will be decreased.",
+    "CParticle_type_cache_clear": "Remove cache of prerendered particle surfaces for this type.",
+    "part_type_alpha2": "Set start and end alphas, linear interpolation.",
+    "part_type_alpha3": "Set start/half/end alphas.",
+    "part_type_blend": "Set particle blend mode flag.",
+    "part_type_color3": "Lowlevel color3 implementation.  Expects ints.",
+    "part_type_create": "C implementation of part_type_create.",
+    "part_type_direction": "Set the direction min/max/incr/wiggle.",
+    "part_type_gravity": "Set the gravity strength and angle.",
+    "part_type_life": "Set the particle minimum and maximum lifespan in frames.",
+    "part_type_orientation":
+        "Set the orientation min/max/incr/wiggle/relativity for this particle type.",
+    "part_type_scale": "Set the x and y scale factors for the particle type.",
+    "part_type_shape": "Set the shape of a particle type.",
+    "part_type_size": "Set min/max/incr/wiggle for particle size.",
+    "part_type_speed": "Set min/max/incr/wiggle por particle speed.",
+    "part_type_sprite": "Set particle type to use a sprite/animated/stretched/random",
 }
 
 

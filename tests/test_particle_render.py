@@ -34,18 +34,12 @@ def step_and_render(p, steps, xoff=0, yoff=0):
     return korvel.CParticle_dec_ttl_and_render(p, xoff, yoff)
 
 
-def test_plain_particle_is_the_shape_blitted(runtime, screen):
+@pytest.mark.parametrize("angle", [0, 45])  # never rotated
+def test_plain_particle_is_the_shape_blitted(runtime, screen, angle):
     before = random_screen(screen, seed=1)
     s = shape(5, 4, seed=1)
-    assert korvel.CParticle_dec_ttl_and_render(
-        korvel.CParticle_new(particle_type(s), 20, 10), 0, 0) == 29
-    np.testing.assert_array_equal(raw_words(screen), blitted(before, s, 18, 8))
-
-
-def test_plain_particle_is_never_rotated(runtime, screen):
-    before = random_screen(screen, seed=2)
-    s = shape(5, 4, seed=2)
-    render(particle_type(s, orientation=(45, 45, 0, 0, 0)), 20, 10)
+    p = korvel.CParticle_new(particle_type(s, orientation=(angle, angle, 0, 0, 0)), 20, 10)
+    assert korvel.CParticle_dec_ttl_and_render(p, 0, 0) == 29
     np.testing.assert_array_equal(raw_words(screen), blitted(before, s, 18, 8))
 
 
@@ -141,25 +135,15 @@ def test_translucent_particles_rotate_by_the_truncated_angle(runtime, screen):
     assert not np.array_equal(rendered(s, 30, **faded), rendered(s, 0, **faded))
 
 
-def test_zero_size_draws_nothing(runtime, screen):
+@pytest.mark.parametrize("make,ttl", [
+    (lambda: korvel.CParticle_new_size_color(particle_type(shape(4, 4, seed=11)), 20, 20, 0.1,
+                                             0xFFFFFF), 29),
+    (lambda: korvel.CParticle_new(particle_type(shape(4, 4, seed=12), life=(1, 1)), 20, 20), 0),
+    (lambda: korvel.CParticle_new(korvel.part_type_create(), 20, 20), 29),
+], ids=["zero size", "dying", "no shape"])
+def test_nothing_is_drawn(runtime, screen, make, ttl):
     before = random_screen(screen, seed=11)
-    t = particle_type(shape(4, 4, seed=11))
-    korvel.CParticle_dec_ttl_and_render(korvel.CParticle_new_size_color(t, 20, 20, 0.1, 0xFFFFFF),
-                                        0, 0)
-    np.testing.assert_array_equal(raw_words(screen), before)
-
-
-def test_dying_particle_is_not_drawn(runtime, screen):
-    before = random_screen(screen, seed=12)
-    p = korvel.CParticle_new(particle_type(shape(4, 4, seed=12), life=(1, 1)), 20, 20)
-    assert korvel.CParticle_dec_ttl_and_render(p, 0, 0) == 0
-    np.testing.assert_array_equal(raw_words(screen), before)
-
-
-def test_type_without_shape_draws_nothing(runtime, screen):
-    before = random_screen(screen, seed=13)
-    assert korvel.CParticle_dec_ttl_and_render(
-        korvel.CParticle_new(korvel.part_type_create(), 20, 20), 0, 0) == 29
+    assert korvel.CParticle_dec_ttl_and_render(make(), 0, 0) == ttl
     np.testing.assert_array_equal(raw_words(screen), before)
 
 
