@@ -14,22 +14,25 @@ def run(repetitions=30, min_time=0.02):
 
     Each repetition reports the mean of a short burst of back-to-back
     operations; the best repetition is kept, as other work on the machine
-    only ever adds time. Also returns the per-name bytes per second of
-    that repetition.
+    only ever adds time.
     """
     out = subprocess.run([PROGRAM, "--benchmark_format=json",
                           f"--benchmark_repetitions={repetitions}",
-                          f"--benchmark_min_time={min_time}"],
+                          f"--benchmark_min_time={min_time}",
+                          # spreads each benchmark's repetitions over the whole run, so a
+                          # burst of other work cannot spoil all of one benchmark's
+                          "--benchmark_enable_random_interleaving=true"],
                          check=True, capture_output=True, text=True).stdout
-    times, rates = {}, {}
+    times = {}
     scale = {"ns": 1e-9, "us": 1e-6, "ms": 1e-3, "s": 1.0}
     for b in json.loads(out)["benchmarks"]:
         if b.get("run_type") != "iteration":
             continue
-        name, t = b["run_name"], b["real_time"] * scale[b["time_unit"]]
+        # processor time: wall time would count other processes' time slices
+        name, t = b["run_name"], b["cpu_time"] * scale[b["time_unit"]]
         if name not in times or t < times[name]:
-            times[name], rates[name] = t, b.get("bytes_per_second", 0.0)
-    return times, rates
+            times[name] = t
+    return times
 
 
 def best_isa(times, op):

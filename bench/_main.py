@@ -35,16 +35,17 @@ def build_flags():
     return f"{version}; {' '.join(keep)} (SSE2 and AVX2 files add -msse2 / -mavx2)"
 
 
-def isa_table(times, rates):
+def isa_table(times):
     ops = sorted({name.split("/")[0] for name in times if "/" in name})
     isas = [isa for isa in ("scalar", "sse2", "avx2") if any(n.endswith("/" + isa) for n in times)]
+    surface = pixels.W * pixels.H * 4
+
+    def cell(name):
+        t = times.get(name)
+        return f"{t * 1e6:.0f} us, {surface / t / 1e9:.1f} GB/s" if t else "-"
     lines = ["| kernel (1280x720) | " + " | ".join(isas) + " |", "|---|" + "---|" * len(isas)]
-    for op in ops:
-        line = [f"{times[f'{op}/{i}'] * 1e6:.0f} us, {rates[f'{op}/{i}'] / 1e9:.1f} GB/s"
-                if f"{op}/{i}" in times else "-" for i in isas]
-        lines.append(f"| {op} | " + " | ".join(line) + " |")
-    lines.append(f"| copy (memcpy) | {times['copy'] * 1e6:.0f} us, "
-                 f"{rates['copy'] / 1e9:.1f} GB/s |" + " |" * (len(isas) - 1))
+    lines += [f"| {op} | " + " | ".join(cell(f"{op}/{i}") for i in isas) + " |" for op in ops]
+    lines.append("| copy (memcpy) | " + cell("copy") + " |" + " - |" * (len(isas) - 1))
     return "\n".join(lines)
 
 
@@ -57,7 +58,9 @@ compared with (numpy.copyto from Python for module calls, memcpy in
 bench/kernels.cpp for core figures): the bound for any one-pass operation.
 Each peer is the fastest way pygame has to do the same thing. Particle and
 Room_Draw rows are whole frames of the demo's runtime, the median frame of
-the best of several runs, against the demo's --pure-python mode."""
+the best of several runs, against the demo's --pure-python mode; frames and
+bench/kernels.cpp are timed in processor time, as wall time on a shared
+machine would count other processes' time slices."""
 
 
 def update_readme(block):
@@ -86,7 +89,7 @@ def main():
     load_before = os.getloadavg()[0]
     started = datetime.datetime.now()
 
-    times, rates = _kernels.run(repetitions=5 if args.quick else 30)
+    times = _kernels.run(repetitions=5 if args.quick else 30)
     rows = []
     if "pixels" in names:
         rows += pixels.collect(times, reps)
@@ -108,7 +111,7 @@ def main():
         "# korvel benchmark results", "", measured, "", METHOD, "", markdown(rows), "",
         "## Kernels per instruction set (bench/kernels.cpp, Google Benchmark)", "",
         "Best repetition; GB/s counts the surface's bytes once per operation.", "",
-        isa_table(times, rates), ""])
+        isa_table(times), ""])
     with open(args.out, "w") as f:
         f.write(text)
     png = os.path.splitext(args.out)[0] + ".png"

@@ -187,7 +187,7 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("--reps", type=int, default=200)
     args = parser.parse_args()
-    times, _ = _kernels.run()
+    times = _kernels.run()
     print(f"{W}x{H} 32-bit surfaces, best of {args.reps} after warm-up ({machine()})")
     print_rows(collect(times, args.reps))
 
