@@ -28,7 +28,8 @@ def build_flags():
     with open(path) as f:
         commands = json.load(f)
     core = next(c["command"] for c in commands if c["file"].endswith("fill.cpp"))
-    keep = [w for w in core.split() if w.startswith(("-O", "-std", "-m", "-f", "-DNDEBUG"))]
+    keep = [w for w in core.split()
+            if w.startswith(("-O", "-std", "-m", "-f", "-DNDEBUG")) and "diagnostics" not in w]
     compiler = core.split()[0]
     version = subprocess.run([compiler, "--version"], capture_output=True,
                              text=True).stdout.splitlines()[0]
