@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+#include "korvel/particles/image_index.h"
 #include "korvel/particles/particle.h"
 
 struct SDL_Surface;
@@ -14,6 +15,7 @@ struct ParticleType_object {
   SDL_Surface* shapesurf;      // borrowed from shape (set by part_type_shape only)
   korvel::particles::TypeParams params;  // blend .. orientation_relative
   PyObject* cached_surfaces;   // owned dict: int tuple -> prerendered pygame Surface
+  korvel::particles::ImageIndex* image_index;  // owned, may be null: cached_surfaces' keys
 };
 
 struct Beancounter {
@@ -37,6 +39,14 @@ inline constexpr const char* kCParticleCapsule = "korvel.CParticle";
 PyObject* new_particle_type_handle();
 void ParticleType_destructor(PyObject* capsule);
 void CParticle_destructor(PyObject* capsule);
+
+// The image cached under k as the index knows it, or null (the dictionary
+// may still hold it).
+SDL_Surface* indexed_image(const ParticleType_object* pt, const korvel::particles::ImageKey& k);
+// Records that cached_surfaces now holds image under k.
+void index_image(ParticleType_object* pt, const korvel::particles::ImageKey& k, SDL_Surface* image);
+// Empties cached_surfaces and its index.
+void clear_image_cache(ParticleType_object* pt);
 
 // The record behind a particle-type handle, or behind a TamVar whose first
 // member is one. Null with TypeError otherwise ("Returning NULL!" is printed

@@ -3,6 +3,7 @@
 #include <Python.h>
 
 #include <cstdio>
+#include <new>
 
 #include "korvel/globals.h"
 #include "korvel/particles.h"
@@ -28,8 +29,31 @@ void ParticleType_destructor(PyObject* capsule) {
   if (!pt) return;
   Py_CLEAR(pt->shape);
   pt->shapesurf = nullptr;
+  delete pt->image_index;
   Py_CLEAR(pt->cached_surfaces);
   PyMem_Free(pt);
+}
+
+SDL_Surface* indexed_image(const ParticleType_object* pt, const korvel::particles::ImageKey& k) {
+  if (!pt->image_index) return nullptr;
+  const auto it = pt->image_index->find(k);
+  return it == pt->image_index->end() ? nullptr : it->second;
+}
+
+void index_image(ParticleType_object* pt, const korvel::particles::ImageKey& k, SDL_Surface* image) {
+  try {
+    if (!pt->image_index) pt->image_index = new korvel::particles::ImageIndex();
+    (*pt->image_index)[k] = image;
+  } catch (const std::bad_alloc&) {
+    // Without memory the index goes: the dictionary alone answers lookups.
+    delete pt->image_index;
+    pt->image_index = nullptr;
+  }
+}
+
+void clear_image_cache(ParticleType_object* pt) {
+  if (pt->image_index) pt->image_index->clear();
+  PyDict_Clear(pt->cached_surfaces);
 }
 
 void CParticle_destructor(PyObject* capsule) {

@@ -174,7 +174,7 @@ PyObject* CParticle_type_cache_clear(PyObject*, PyObject* args) {
   if (!PyArg_ParseTuple(args, "O", &pypt)) return nullptr;
   ParticleType_object* pt = particle_type_of(pypt);
   if (!pt) return nullptr;
-  PyDict_Clear(pt->cached_surfaces);
+  clear_image_cache(pt);
   Py_RETURN_NONE;
 }
 

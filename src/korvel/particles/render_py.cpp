@@ -21,6 +21,7 @@
 namespace {
 
 using korvel::Ref;
+using korvel::particles::ImageKey;
 using korvel::particles::RenderCase;
 using korvel::particles::RenderPlan;
 namespace pixels = korvel::pixels;
@@ -55,37 +56,54 @@ SDL_Surface* darkened(SDL_Surface* z, uint32_t subtrahend) {
   return c;
 }
 
-// Wraps z in a pygame Surface that owns it and stores that in the cache.
-// The cache keeps the only reference: the image dies with its entry.
-PyObject* cache_image(PyObject* cache, PyObject* key, SDL_Surface* z) {
+// Wraps z in a pygame Surface that owns it and stores that in the cache
+// under key (k in the index). The cache keeps the only reference: the image
+// dies with its entry.
+PyObject* cache_image(ParticleType_object* pt, const ImageKey& k, PyObject* key, SDL_Surface* z) {
   PyObject* wrapper = PySurface_FromSurface(z);
   if (!wrapper) {
     SDL_FreeSurface(z);
     return nullptr;
   }
-  const int rc = PyDict_SetItem(cache, key, wrapper);
+  const int rc = PyDict_SetItem(pt->cached_surfaces, key, wrapper);
   Py_DECREF(wrapper);  // guard: released, not leaked; the cache owns the image now
-  return rc < 0 ? nullptr : wrapper;
+  if (rc < 0) return nullptr;
+  index_image(pt, k, z);
+  return wrapper;
 }
 
-// The cached image for key: 1 when found and blitted, 0 when missing, -1 on error.
-int blit_cached(PyObject* cache, PyObject* key, const RenderPlan& plan, int blend) {
-  PyObject* cached = PyDict_GetItemWithError(cache, key);  // borrowed
+// Blits the image the index names for k; false when it names none.
+bool blit_indexed(const ParticleType_object* pt, const ImageKey& k, const RenderPlan& plan,
+                  int blend) {
+  SDL_Surface* image = indexed_image(pt, k);
+  if (image) blit_centred(image, plan, blend);
+  return image != nullptr;
+}
+
+// The cached image for key (k in the index), which goes into the index
+// when only the dictionary had it: 1 when found and blitted, 0 when
+// missing, -1 on error.
+int blit_cached(ParticleType_object* pt, const ImageKey& k, PyObject* key, const RenderPlan& plan,
+                int blend) {
+  PyObject* cached = PyDict_GetItemWithError(pt->cached_surfaces, key);  // borrowed
   if (!cached) return PyErr_Occurred() ? -1 : 0;
   SDL_Surface* image = korvel::compat::surface_of(cached);
   if (!image) return -1;
+  index_image(pt, k, image);
   blit_centred(image, plan, blend);
   return 1;
 }
 
 int render_scaled(ParticleType_object* pt, SDL_Surface* shape, const RenderPlan& plan) {
   const int blend = pt->params.blend;
+  const ImageKey k{plan.w, plan.h, plan.tint, plan.alpha, plan.angle, true};
+  if (blit_indexed(pt, k, plan, blend)) return 0;
   Ref key = Ref::steal(Py_BuildValue("(iikki)", plan.w, plan.h, (unsigned long)plan.tint,
                                      (unsigned long)plan.alpha, int(plan.angle)));
   if (!key) return -1;
-  const int hit = blit_cached(pt->cached_surfaces, key.get(), plan, blend);
+  const int hit = blit_cached(pt, k, key.get(), plan, blend);
   if (hit != 0) return hit < 0 ? -1 : 0;
-  if (PyDict_Size(pt->cached_surfaces) > kCacheLimit) PyDict_Clear(pt->cached_surfaces);
+  if (PyDict_Size(pt->cached_surfaces) > kCacheLimit) clear_image_cache(pt);
   SDL_Surface* z = zoomSurface(shape, double(plan.w) / shape->w, double(plan.h) / shape->h,
                                SMOOTHING_OFF);
   if (!z) return 0;  // guard: a failed conversion skips the particle
@@ -102,17 +120,19 @@ int render_scaled(ParticleType_object* pt, SDL_Surface* shape, const RenderPlan&
     z = rotated(z, plan.angle);
     if (!z) return 0;  // guard: a failed rotation skips the particle
   }
-  if (!cache_image(pt->cached_surfaces, key.get(), z)) return -1;
+  if (!cache_image(pt, k, key.get(), z)) return -1;
   blit_centred(z, plan, blend);
   return 0;
 }
 
 int render_translucent(ParticleType_object* pt, SDL_Surface* shape, const RenderPlan& plan) {
   const int blend = pt->params.blend;
+  const ImageKey k{plan.w, plan.h, plan.tint, plan.alpha, plan.angle, true};
+  if (blit_indexed(pt, k, plan, blend)) return 0;
   Ref key = Ref::steal(Py_BuildValue("(iikki)", plan.w, plan.h, (unsigned long)plan.tint,
                                      (unsigned long)plan.alpha, int(plan.angle)));
   if (!key) return -1;
-  const int hit = blit_cached(pt->cached_surfaces, key.get(), plan, blend);
+  const int hit = blit_cached(pt, k, key.get(), plan, blend);
   if (hit != 0) return hit < 0 ? -1 : 0;
   SDL_Surface* z = korvel::compat::convert_surface(shape, g_screen->format, true);
   if (!z) {
@@ -131,17 +151,19 @@ int render_translucent(ParticleType_object* pt, SDL_Surface* shape, const Render
     z = rotated(z, plan.angle);
     if (!z) return 0;  // guard: a failed rotation skips the particle
   }
-  if (!cache_image(pt->cached_surfaces, key.get(), z)) return -1;
+  if (!cache_image(pt, k, key.get(), z)) return -1;
   blit_centred(z, plan, blend);
   return 0;
 }
 
 int render_tinted(ParticleType_object* pt, SDL_Surface* shape, const RenderPlan& plan) {
   const int blend = pt->params.blend;
+  const ImageKey k{plan.w, plan.h, plan.tint, korvel::particles::kOpaque, 0, false};
+  if (blit_indexed(pt, k, plan, blend)) return 0;
   Ref key = Ref::steal(Py_BuildValue("(iiki)", plan.w, plan.h, (unsigned long)plan.tint,
                                      int(korvel::particles::kOpaque)));
   if (!key) return -1;
-  const int hit = blit_cached(pt->cached_surfaces, key.get(), plan, blend);
+  const int hit = blit_cached(pt, k, key.get(), plan, blend);
   if (hit != 0) return hit < 0 ? -1 : 0;
   SDL_Surface* t = RGBA_copy(shape);
   if (!t) return 0;  // guard: a failed conversion skips the particle
@@ -156,6 +178,7 @@ int render_tinted(ParticleType_object* pt, SDL_Surface* shape, const RenderPlan&
   SDL_Rect dst = rect_centred(plan, shape);
   pixels::flagged_blit(t, g_screen, &dst, blend);
   if (PyDict_SetItem(pt->cached_surfaces, key.get(), wrapper.get()) < 0) return -1;
+  index_image(pt, k, t);
   pixels::flagged_blit(t, g_screen, &dst, blend);
   return 0;
 }
