@@ -9,8 +9,8 @@ timed as module calls from Python, and so is the additive blit, through a
 particle whose image covers the screen. Saturating subtraction, tinting and
 alpha fading have no script-level name and run on small prerendered images;
 their figures come from bench/kernels.cpp, which runs korvel's core on the
-same size of surface. Peers are timed from Python: a
-call costs well under a microsecond against the hundreds each one takes.
+same size of surface. Peers are timed from Python: a call costs well under
+a microsecond against the hundreds each one takes.
 """
 import argparse
 import sys
@@ -53,7 +53,7 @@ def fill_row(korvel, copy, reps):
 def blend_flag_row(op, times, copy, reps, label, **ways):
     isa, k = _kernels.best_isa(times, op)
     name, peer = faster(reps, **ways)
-    return Row(label, k, f"core, {isa}" if isa else "not built", peer, name, copy,
+    return Row(label, k, f"core, {isa}", peer, name, copy,
                bound_max=2.0, speedup_min=10.0)
 
 
@@ -165,7 +165,7 @@ def python_copy(reps):
 
 
 def collect(times, reps=200):
-    """The rows of every pixel operation korvel has built so far."""
+    """The rows of every pixel operation."""
     sys.modules.setdefault("tam6", type(sys)("tam6"))
     tamapi = sys.modules.setdefault("tamapi", type(sys)("tamapi"))
     tamapi.pygame = pygame
@@ -176,11 +176,7 @@ def collect(times, reps=200):
     rows = [fill_row(korvel, copy, reps), additive_row(korvel, copy, reps),
             subtract_row(times, core_copy, slow), tint_row(times, core_copy, slow),
             alpha_row(times, core_copy, slow)]
-    if hasattr(korvel, "fast_draw_gradients_vcvvc"):
-        rows += gradient_rows(korvel, copy, reps)
-    if hasattr(korvel, "flip_vh"):
-        rows += flip_rows(korvel, copy, reps)
-    return rows
+    return rows + gradient_rows(korvel, copy, reps) + flip_rows(korvel, copy, reps)
 
 
 def main():
