@@ -111,7 +111,8 @@ def chart(rows, path):
     b.set_xticklabels([f"{t:g}x" for t in ticks])
     b.axvline(1.0, color="gray", linestyle=":", linewidth=1)
     b.set_xlabel("speed-up over the peer (log scale; black tick: target)")
-    fig.suptitle("korvel on 1280x720 32-bit surfaces, best of repeated runs", fontsize=11)
+    fig.suptitle("korvel: pixel operations on 1280x720 32-bit surfaces, particles and "
+                 "Room_Draw (best of repeated runs)", fontsize=11)
     fig.tight_layout()
     fig.savefig(path, dpi=110)
     plt.close(fig)

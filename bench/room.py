@@ -85,8 +85,10 @@ def collect(args):
     rows = []
     for case in CASES:
         k, p = best_run("korvel", case, args), best_run("pure", case, args)
-        note = (f"{k['objects']} drawn objects (about {k['particles']} particles drawn by the "
-                f"particle systems); {k['draw'] / k['objects'] * 1e9:,.0f} ns per drawn object "
+        drawn = (f" (about {k['particles']} particles drawn by the particle systems)"
+                 if case != "idle handlers" else "")
+        note = (f"{k['objects']} drawn objects{drawn}; "
+                f"{k['draw'] / k['objects'] * 1e9:,.0f} ns per drawn object "
                 f"with korvel, {p['draw'] / p['objects'] * 1e9:,.0f} ns in plain Python; "
                 f"median of {args.frames} frames after {args.warmup} warm-up, best of "
                 f"{args.runs} runs")
