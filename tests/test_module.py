@@ -4,6 +4,7 @@ import pygame
 import pytest
 
 import korvel
+from pixelmodel import fill_mix
 
 DOCS = {
     "breakable": "A hook for GDB.",
@@ -93,3 +94,13 @@ def test_set_SDL_screen_rejects_bad_arguments(screen, args, error):
     with pytest.raises(error):
         korvel.set_SDL_screen(*args)
     assert sys.getrefcount(screen) == before
+
+
+def test_init_subsystems_any_number_of_times_keeps_the_display(screen):
+    # SDL's count of initialisations wraps after 255; the window must survive.
+    for _ in range(300):
+        korvel.init_subsystems()
+    assert pygame.display.get_surface() is screen
+    korvel.fill_translucent(screen, 0, 0, 4, 4, 0xFFFFFF, 128)
+    grey = int(fill_mix(0, 0xFFFFFF, 128)) & 0xFF
+    assert screen.get_at((1, 1))[:3] == (grey, grey, grey)

@@ -114,6 +114,13 @@ def test_len_hash_str_and_truth_are_element_0s(value):
         assert hash(v) == hash(value) and {value: "found"}[v] == "found"
 
 
+def test_hashing_a_variable_that_holds_itself_raises():
+    v = TamVar(0)
+    v[0] = (v,)
+    with pytest.raises(RecursionError):
+        hash(v)
+
+
 def test_calls_and_attributes_go_to_element_0():
     class Thing:
         size = 3

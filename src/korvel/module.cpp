@@ -51,7 +51,10 @@ PyObject* set_SDL_screen(PyObject*, PyObject* args) {
 }
 
 PyObject* init_subsystems(PyObject*, PyObject*) {
-  SDL_InitSubSystem(SDL_INIT_VIDEO);
+  // guard: SDL counts initialisations in a byte that wraps after 255 calls,
+  // and the wrapped count re-initialises video, destroying the open window
+  // and the screen surface stored here
+  if (!SDL_WasInit(SDL_INIT_VIDEO)) SDL_InitSubSystem(SDL_INIT_VIDEO);
   Py_RETURN_NONE;
 }
 

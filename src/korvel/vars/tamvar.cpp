@@ -265,7 +265,12 @@ int TamVar_setattro(PyObject* self, PyObject* name, PyObject* value) {
 
 Py_hash_t TamVar_hash(PyObject* self) {
   Ref first = Ref::borrow(TamVar_unwrap(self));
-  return PyObject_Hash(first.get());
+  // guard: a variable whose element 0 holds it (v[0] = (v,)) raises
+  // RecursionError; the host's hashing of tuples has no depth check of its own
+  if (Py_EnterRecursiveCall(" while hashing a TamVar")) return -1;
+  Py_hash_t h = PyObject_Hash(first.get());
+  Py_LeaveRecursiveCall();
+  return h;
 }
 
 PyObject* TamVar_str(PyObject* self) {

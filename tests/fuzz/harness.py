@@ -1,0 +1,68 @@
+"""How the fuzz suite calls korvel and judges the outcome.
+
+A call may return anything or raise any Exception; what it must not do is
+crash the interpreter (the sanitizer build turns a stray read or write into
+a crash), return a value with an exception still set, or leave the
+reference counts of its arguments changed once its result is dropped.
+"""
+import sys
+import types
+
+import pytest
+
+# Objects shared by the whole process: their counts move with everything.
+_SHARED_TYPES = (type(None), bool, int, float, complex, str, bytes, type, types.ModuleType,
+                 types.BuiltinFunctionType, types.FunctionType, type(Ellipsis),
+                 type(NotImplemented))
+
+
+class Outcome:
+    def __init__(self, value=None, error=None):
+        self.value, self.error = value, error
+
+    @property
+    def ok(self):
+        return self.error is None
+
+
+def attempt(f, *args, **kwargs):
+    """f(*args, **kwargs), with an Exception turned into the Outcome's
+    error text (the exception itself is dropped with its traceback, which
+    would otherwise hold the arguments)."""
+    try:
+        value = f(*args, **kwargs)
+    except RecursionError as e:
+        return Outcome(error=f"RecursionError: {e}")
+    except SystemError as e:
+        # A failure without an exception is the design's way for some calls;
+        # a result with an exception left set is a bug.
+        assert "with an exception set" not in str(e), f"{f!r}: {e}"
+        return Outcome(error=f"SystemError: {e}")
+    except Exception as e:  # noqa: BLE001 - any Python error is an allowed outcome
+        return Outcome(error=f"{type(e).__name__}: {e}")
+    return Outcome(value)
+
+
+def trackable(o):
+    return not isinstance(o, _SHARED_TYPES)
+
+
+def counts(objects):
+    return [sys.getrefcount(o) for o in objects]
+
+
+def balanced_call(f, args, kwargs=None, keeps=()):
+    """attempt(f, *args) and check that every argument not in keeps (by
+    position) holds as many references after the call as before, once the
+    result is dropped. Returns the outcome's error text or None."""
+    watched = [a for i, a in enumerate(args) if i not in keeps and trackable(a)]
+    before = counts(watched)
+    outcome = attempt(f, *args, **(kwargs or {}))
+    error = outcome.error
+    del outcome
+    after = counts(watched)
+    if after != before:
+        changed = [(type(a).__name__, b, c) for a, b, c in zip(watched, before, after) if b != c]
+        pytest.fail(f"{getattr(f, '__name__', f)}: references changed (type, before, after): "
+                    f"{changed}; outcome {error}")
+    return error
