@@ -9,6 +9,7 @@ import sys
 import types
 
 import pytest
+from hypothesis import event
 
 # Objects shared by the whole process: their counts move with everything.
 _SHARED_TYPES = (type(None), bool, int, float, complex, str, bytes, type, types.ModuleType,
@@ -60,6 +61,8 @@ def balanced_call(f, args, kwargs=None, keeps=()):
     outcome = attempt(f, *args, **(kwargs or {}))
     error = outcome.error
     del outcome
+    # Shown by --hypothesis-show-statistics: how often each outcome came up.
+    event(f"{getattr(f, '__name__', 'call')}: " + (error or "returned")[:60])
     after = counts(watched)
     if after != before:
         changed = [(type(a).__name__, b, c) for a, b, c in zip(watched, before, after) if b != c]

@@ -30,8 +30,8 @@ SETTERS = {
     "part_type_alpha3": st.tuples(h.floats, h.floats, h.floats),
     "part_type_color3": st.tuples(h.int32s, h.int32s, h.int32s),
     "part_type_blend": st.tuples(blend_modes),
-    "part_type_shape": st.tuples(st.one_of(h.small_surfaces, h.small_surfaces, h.odd_surfaces,
-                                           h.anything())),
+    "part_type_shape": st.tuples(h.weighted((2, h.small_surfaces), (1, h.odd_surfaces),
+                                            (1, h.anything()))),
 }
 
 
@@ -95,7 +95,7 @@ def backgrounds(draw):
     if not h.has("BackgroundData"):
         return draw(h.anything())
     bg = korvel.BackgroundData()
-    surf = draw(st.one_of(h.small_surfaces, h.small_surfaces, h.odd_surfaces, h.anything()))
+    surf = draw(h.weighted((2, h.small_surfaces), (1, h.odd_surfaces), (1, h.anything())))
     attempt(setattr, bg, "surf", surf)
     if draw(st.integers(0, 5)) == 0:
         attempt(delattr, bg, "surf")
@@ -169,40 +169,38 @@ class Instance(standins.ObjectInstanceBase):
 
 
 class ZeroInstance(standins.ObjectInstanceZero):
-    pass
+    Draw = Instance.Draw
 
 
 class System(standins.ParticleSystem):
+    """A particle system; either attribute may be missing (h.DELETE)."""
+
     def __init__(self, automatic, real):
-        if automatic != "missing":
+        if automatic is not h.DELETE:
             self.py_automatic_draw = automatic
-        if real == "raise":
-            self.py_RealDraw = h._raise
-        elif real == "ok":
-            self.py_RealDraw = lambda xoff, yoff: None
-        elif real != "missing":
+        if real is not h.DELETE:
             self.py_RealDraw = real
 
 
 @st.composite
 def instances(draw, room, surface, objects):
-    kind = draw(h.pick(["instance"] * 6 + ["zero", "system", "other"]))
+    kind = draw(h.pick(["instance"] * 6 + ["zero", "bare", "system", "other"]))
     if kind == "system":
-        return System(draw(h.pick([True, False, 1, 0, h.Raising(), "missing"])),
-                      draw(h.pick(["ok", "ok", "raise", "missing", 5, None])))
+        return System(draw(h.pick([True, False, 1, 0, h.Raising(), h.DELETE])),
+                      draw(h.pick([lambda xoff, yoff: None, lambda xoff, yoff: None, h._raise,
+                                   h.DELETE, 5, None])))
     if kind == "other":
         return draw(h.anything())
-    cls = Instance if kind == "instance" else ZeroInstance
+    cls = {"instance": Instance, "zero": ZeroInstance, "bare": standins.ObjectInstanceBase}[kind]
     inst = cls(draw_mode=draw(h.pick(["ok", "ok", "ok", "raise", "swap", "redraw"])),
                room=room, surface=surface, depth_left=1,
                object_index=draw(h.pick(objects + [None, h.Raising()])),
-               x=draw(st.one_of(h.fcoords, h.anything())), y=draw(h.fcoords),
+               x=draw(h.weighted((4, h.fcoords), (1, h.anything()))), y=draw(h.fcoords),
                sprite_index=0, image_index=0, image_xscale=1.0, image_yscale=1.0,
                image_angle=draw(h.floats), image_blend=0xFFFFFF, image_alpha=1.0)
     if draw(st.integers(0, 6)):
         inst.py_Draw = draw(h.pick(PY_DRAW))
     if not draw(st.integers(0, 8)):
-        del inst.Draw  # the class attribute stays; shadow it with a non-callable instead
         inst.Draw = draw(h.pick([None, 5, h._raise]))
     for attribute in draw(st.lists(h.pick(["image_alpha", "sprite_index", "x",
                                                     "image_xscale"]), max_size=2)):
@@ -250,10 +248,9 @@ def rooms(draw, surface=None):
     else:
         nbackgrounds = 1
     attempt(setattr, room, "drawn_objects",
-            draw(st.one_of(*[st.just(drawn)] * 4, st.just(tuple(drawn)), h.anything())))
-    attempt(setattr, room, "tiles", draw(st.one_of(
-        st.lists(tiles(nbackgrounds), max_size=3), st.lists(tiles(nbackgrounds), max_size=3),
-        h.anything())))
+            draw(h.weighted((4, st.just(drawn)), (1, st.just(tuple(drawn))), (1, h.anything()))))
+    attempt(setattr, room, "tiles", draw(h.weighted(
+        (4, st.lists(tiles(nbackgrounds), max_size=3)), (1, h.anything()))))
     # A few fields replaced by anything at all.
     fields = [m for m in dir(korvel.TamRoom) if not m.startswith("_")
               and not callable(getattr(room, m, None))]

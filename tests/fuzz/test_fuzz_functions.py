@@ -82,10 +82,10 @@ FUNCTIONS = {
 PRESENT = [name for name in FUNCTIONS if hasattr(korvel, name)]
 
 # The stored screen: mostly the 32-bit kind a display has, sometimes not.
-screens = st.one_of(st.tuples(h.pick([(64, 48), (8, 8), (1, 1), (300, 1)]),
-                              h.pick([(32, 0), (32, "alpha")]), st.booleans(),
-                              st.integers(0, 255)),
-                    h.surface_specs)
+screens = h.weighted((3, st.tuples(h.pick([(64, 48), (8, 8), (1, 1), (300, 1)]),
+                                   h.pick([(32, 0), (32, "alpha")]), st.booleans(),
+                                   st.integers(0, 255))),
+                     (1, h.surface_specs))
 
 
 def store_screen(data):
@@ -105,7 +105,7 @@ def prepare_runtime(data):
 def draw_call(data, name):
     kinds, keeps = FUNCTIONS[name]
     args = [h.draw(data, KINDS[k], label=f"{name} arg {i}") for i, k in enumerate(kinds)]
-    shape = h.draw(data, h.pick(["exact"] * 6 + ["fewer", "more", "keywords"]),
+    shape = h.draw(data, h.pick(["exact"] * 27 + ["fewer", "more", "keywords"]),
                       label="call shape")
     kwargs = {}
     if shape == "fewer" and args:
