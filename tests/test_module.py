@@ -104,3 +104,36 @@ def test_init_subsystems_any_number_of_times_keeps_the_display(screen):
     korvel.fill_translucent(screen, 0, 0, 4, 4, 0xFFFFFF, 128)
     grey = int(fill_mix(0, 0xFFFFFF, 128)) & 0xFF
     assert screen.get_at((1, 1))[:3] == (grey, grey, grey)
+
+
+def particle_at(x, y):
+    pt = korvel.part_type_create()
+    shape = pygame.Surface((1, 1), 0, 32)
+    shape.fill((255, 255, 255))
+    korvel.part_type_shape(pt, shape)
+    return korvel.CParticle_new(pt, float(x), float(y))
+
+
+@pytest.mark.skipif(not hasattr(korvel, "CParticle_dec_ttl_and_render"), reason="no particles")
+def test_drawing_follows_a_display_set_up_again_without_set_SDL_screen(runtime, screen):
+    # pygame frees the display's old SDL surface; korvel must not draw into it.
+    bigger = pygame.display.set_mode((100, 80), 0, 32)
+    bigger.fill((0, 0, 0))
+    korvel.CParticle_dec_ttl_and_render(particle_at(90, 70), 0, 0)
+    assert bigger.get_at((90, 70))[:3] == (255, 255, 255)
+    sprite = korvel.TamSprite_from_surface(pygame.Surface((2, 2), 0, 24))
+    assert sprite.subimages[0].get_bitsize() == bigger.get_bitsize()
+
+
+@pytest.mark.parametrize("call", [
+    lambda: korvel.CParticle_dec_ttl_and_render(particle_at(1, 1), 0, 0),
+    lambda: korvel.TamSprite_from_surface(pygame.Surface((2, 2), 0, 32)),
+], ids=["particle", "sprite"])
+def test_drawing_after_the_display_closed_raises(runtime, screen, call):
+    pygame.display.quit()
+    try:
+        with pytest.raises(RuntimeError, match="call set_SDL_screen"):
+            call()
+    finally:
+        pygame.display.init()
+        korvel.set_SDL_screen(pygame.display.set_mode((64, 48), 0, 32))

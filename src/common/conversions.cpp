@@ -14,8 +14,20 @@
 using korvel::Ref;
 
 SDL_Surface* korvel::stored_screen() {
-  if (!g_screen)
+  if (!g_screen_pyobj) {
     PyErr_SetString(PyExc_RuntimeError, "the screen is not stored (call set_SDL_screen)");
+    return nullptr;
+  }
+  // guard: read afresh from the stored Surface: pygame gives a display a new
+  // SDL surface (and frees the old one) when the display is set up again,
+  // and none once it is closed, so the pointer kept by set_SDL_screen may
+  // point at freed memory
+  g_screen = korvel::compat::is_surface(g_screen_pyobj)
+                 ? korvel::compat::surface_of(g_screen_pyobj)
+                 : nullptr;
+  if (!g_screen)
+    PyErr_SetString(PyExc_RuntimeError,
+                    "the stored screen has no surface any more (call set_SDL_screen)");
   return g_screen;
 }
 

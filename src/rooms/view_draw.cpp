@@ -160,12 +160,11 @@ void set_runtime_scale(PyObject* xscale, PyObject* yscale) {
 // The port: a surface of the port's size in the screen's format, wrapped in
 // a pygame Surface that frees it.
 Ref make_port(const View& w) {
-  // guard: the port takes the screen's masks, so the screen must be stored
-  if (!g_screen) {
-    PyErr_SetString(PyExc_RuntimeError, "the screen is not set (call set_SDL_screen)");
-    return Ref();
-  }
-  const SDL_PixelFormat* f = g_screen->format;
+  // guard: the port takes the screen's masks, so the screen must be stored,
+  // and read afresh, as the drawing so far may have set up the display again
+  SDL_Surface* screen = korvel::stored_screen();
+  if (!screen) return Ref();
+  const SDL_PixelFormat* f = screen->format;
   // Without an alpha mask the port's per-surface alpha stays at 255, which
   // SDL 1.2 blitted as a copy; SDL 2 would run its blending loop for the
   // same pixels, so such a port blits as a copy.

@@ -52,5 +52,6 @@ def fuzz_runtime(screen):
     which visits whatever the test left behind."""
     hostile.restore_runtime()
     yield
+    hostile.open_display()
     hostile.restore_runtime()
     gc.collect()

@@ -452,8 +452,17 @@ def is_korvel_object(o):
             or type(o).__name__ == "PyCapsule")
 
 
+def open_display():
+    """The dummy display at the size the other tests use, opened again if an
+    example closed it."""
+    if not pygame.display.get_init() or pygame.display.get_surface() is None:
+        pygame.display.init()
+        pygame.display.set_mode((64, 48), 0, 32)
+
+
 def fresh_example():
-    """Each example starts from the registered stand-in runtime."""
+    """Each example starts from the registered stand-in runtime and an open display."""
+    open_display()
     restore_runtime()
 
 

@@ -1,5 +1,6 @@
 """Every module function called with hostile arguments, alone and in random
 sequences that share their objects and change the stored screen in between."""
+import pygame
 import pytest
 from hypothesis import given
 from hypothesis import strategies as st
@@ -90,8 +91,18 @@ screens = h.weighted((3, st.tuples(h.pick([(64, 48), (8, 8), (1, 1), (300, 1)]),
 
 def store_screen(data):
     """A new stored screen that only korvel holds, so that a stale pointer to
-    it would point at freed memory."""
-    korvel.set_SDL_screen(h.build_surface(h.draw(data, screens, label="screen")))
+    it would point at freed memory; or the display's own surface, after which
+    the display may be set up again or closed without telling korvel."""
+    how = h.draw(data, h.pick(["surface"] * 6 + ["display", "reopened", "closed"]), "screen kind")
+    if how == "surface":
+        korvel.set_SDL_screen(h.build_surface(h.draw(data, screens, label="screen")))
+        return
+    h.open_display()
+    korvel.set_SDL_screen(pygame.display.get_surface())
+    if how == "reopened":
+        pygame.display.set_mode(h.draw(data, h.pick([(80, 60), (8, 8), (64, 48)])), 0, 32)
+    elif how == "closed":
+        pygame.display.quit()
 
 
 def prepare_runtime(data):

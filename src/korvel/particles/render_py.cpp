@@ -211,12 +211,9 @@ PyObject* CParticle_dec_ttl_and_render(PyObject*, PyObject* args) {
   if (!PyArg_ParseTuple(args, "Oii", &handle, &xoff, &yoff)) return nullptr;
   CParticle* p = particle_of(handle);
   if (!p) return nullptr;
-  // guard: a clear error, before anything moves, instead of drawing through a null screen
-  if (!g_screen) {
-    PyErr_SetString(PyExc_RuntimeError,
-                    "no screen is stored: call set_SDL_screen before rendering particles");
-    return nullptr;
-  }
+  // guard: a clear error, before anything moves, instead of drawing through
+  // a null screen or one whose display was set up again (stored_screen)
+  if (!korvel::stored_screen()) return nullptr;
   ParticleType_object* pt = type_record_of(p);
   // guard: a sprite shape is not a surface this renderer can draw: TypeError, not a crash
   if (pt->shape && !korvel::compat::is_surface(pt->shape)) {
