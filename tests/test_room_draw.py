@@ -448,6 +448,15 @@ def test_a_port_that_cannot_be_made_skips_the_backgrounds_and_draws_the_rest(dra
     assert drawing.backgrounds.calls == [] and drawing.log == ["a"]
 
 
+@pytest.mark.parametrize("wport,hport", [(1e10, 36), (48, 40000), (float("inf"), 36)])
+def test_a_port_larger_than_any_surface_is_refused_before_it_is_allocated(drawing, wport,
+                                                                           hport):
+    room = make_room([drawing.coded("a")], views=[full_view(xport=1, wport=wport, hport=hport)])
+    with pytest.raises(ValueError, match="larger than a surface can be"):
+        korvel.Room_Draw(room, drawing.screen)
+    assert drawing.backgrounds.calls == [] and drawing.log == ["a"]
+
+
 def test_views_without_a_registered_background_handler_raise(drawing):
     del drawing.tam6.Room_DrawBackgrounds
     drawing.register()

@@ -56,6 +56,9 @@ class ErrorStash {
   PyObject* traceback_ = nullptr;
 };
 
+// The largest port side: SDL 1.2 rectangles were 16-bit.
+constexpr int kMaxPortSide = 32767;
+
 // guard: a setting outside int's range (or NaN) truncates to a bounded int
 // instead of undefined behaviour
 int trunc_int(double d) {
@@ -164,14 +167,20 @@ Ref make_port(const View& w) {
   // and read afresh, as the drawing so far may have set up the display again
   SDL_Surface* screen = korvel::stored_screen();
   if (!screen) return Ref();
+  // guard: a side no surface can have (SDL 1.2 rectangles were 16-bit) is
+  // refused before SDL is asked for gigabytes of port
+  const int pw = trunc_int(w.wport), ph = trunc_int(w.hport);
+  if (pw > kMaxPortSide || ph > kMaxPortSide) {
+    PyErr_Format(PyExc_ValueError, "view port %d x %d is larger than a surface can be", pw, ph);
+    return Ref();
+  }
   const SDL_PixelFormat* f = screen->format;
   // Without an alpha mask the port's per-surface alpha stays at 255, which
   // SDL 1.2 blitted as a copy; SDL 2 would run its blending loop for the
   // same pixels, so such a port blits as a copy.
   const bool srcalpha = f->Amask != 0;
   SDL_Surface* port = korvel::compat::create_rgb_surface(
-      srcalpha, trunc_int(w.wport), trunc_int(w.hport), 32, f->Rmask, f->Gmask, f->Bmask,
-      f->Amask);
+      srcalpha, pw, ph, 32, f->Rmask, f->Gmask, f->Bmask, f->Amask);
   return Ref::steal(PySurface_FromSurface(port));
 }
 
