@@ -12,7 +12,7 @@ from hypothesis import HealthCheck, settings
 
 import hostile
 
-EXAMPLES = int(os.environ.get("KORVEL_FUZZ_EXAMPLES", "25"))
+EXAMPLES = int(os.environ.get("KORVEL_FUZZ_EXAMPLES", "50"))
 
 settings.register_profile(
     "korvel-fuzz",
