@@ -274,6 +274,16 @@ def test_a_scaled_view_draws_its_backgrounds_through_a_port(drawing):
     np.testing.assert_array_equal(drawing.pixels(), expected)
 
 
+@pytest.mark.parametrize("xport,x", [(65536 + 8, 8), (-65536 + 2, 2), (1e30, -1), (-1e30, 0)])
+def test_a_port_is_placed_in_16_bits_even_at_the_int_limits(drawing, xport, x):
+    # guard: SDL 2's clipping overflowed near the int limits and wrote outside the target
+    view = full_view(wview=32, hview=24, xport=xport, yport=4, wport=48, hport=36)
+    korvel.Room_Draw(make_room(views=[view]), drawing.screen)
+    expected = np.zeros((64, 48, 3), np.uint8)
+    expected[max(x, 0):x + 48, 4:40] = FILL
+    np.testing.assert_array_equal(drawing.pixels(), expected)
+
+
 def test_a_port_in_a_format_with_alpha_leaves_what_the_backgrounds_did_not_draw(drawing):
     target = pygame.Surface((64, 48), pygame.SRCALPHA, 32)
     target.fill((0, 0, 90, 255))

@@ -51,7 +51,7 @@ void copy_palette(SDL_Surface* from, SDL_Surface* to);
 // SDL_SRCCOLORKEY and the format's colour key.
 bool get_colorkey(SDL_Surface* s, uint32_t* key);
 int set_colorkey(SDL_Surface* s, uint32_t key);
-// SDL_UpperBlit.
+// SDL_UpperBlit, with the rectangles narrowed to SDL 1.2's 16-bit fields.
 int blit(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rect* dstrect);
 
 // Locks a surface for the life of the object, only when SDL_MUSTLOCK says so.

@@ -108,7 +108,25 @@ bool get_colorkey(SDL_Surface* s, uint32_t* key) {
 
 int set_colorkey(SDL_Surface* s, uint32_t key) { return SDL_SetColorKey(s, SDL_TRUE, key); }
 
+namespace {
+
+// SDL 1.2's rectangle fields: Sint16 x and y, Uint16 w and h.
+void narrow_to_16_bits(SDL_Rect* r) {
+  if (!r) return;
+  r->x = int16_t(r->x);
+  r->y = int16_t(r->y);
+  r->w = uint16_t(r->w);
+  r->h = uint16_t(r->h);
+}
+
+}  // namespace
+
 int blit(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rect* dstrect) {
+  // guard: SDL 2's clipping overflows on positions near the int limits and
+  // then copies outside both surfaces; the rectangles keep SDL 1.2's 16-bit
+  // fields, which no clipping sum can overflow
+  narrow_to_16_bits(srcrect);
+  narrow_to_16_bits(dstrect);
   return SDL_BlitSurface(src, srcrect, dst, dstrect);
 }
 

@@ -5,6 +5,7 @@ crash the interpreter (the sanitizer build turns a stray read or write into
 a crash), return a value with an exception still set, or leave the
 reference counts of its arguments changed once its result is dropped.
 """
+import os
 import sys
 import types
 
@@ -26,10 +27,29 @@ class Outcome:
         return self.error is None
 
 
+def trace(f, args, kwargs):
+    """With KORVEL_FUZZ_TRACE set, each call is written to standard error
+    before it is made: after a crash, the last lines name the call."""
+    from hostile import Box
+    shown = ", ".join([repr(Box(a)) for a in args] + [f"{k}={Box(v)!r}" for k, v in kwargs.items()])
+    print(f"fuzz call: {getattr(f, '__name__', repr(f))}({shown})", file=sys.stderr, flush=True)
+    for a in args:
+        if type(a).__name__ == "TamRoom":
+            fields = {n: getattr(a, n, None) for n in dir(a)
+                      if n.startswith(("view_", "drawn_", "tiles", "room_"))}
+            print("  room: " + ", ".join(f"{n}={Box(list(v) if type(v).__name__ == 'Floatlist8' else v)!r}"
+                                         for n, v in fields.items()), file=sys.stderr, flush=True)
+
+
+TRACE = bool(os.environ.get("KORVEL_FUZZ_TRACE"))
+
+
 def attempt(f, *args, **kwargs):
     """f(*args, **kwargs), with an Exception turned into the Outcome's
     error text (the exception itself is dropped with its traceback, which
     would otherwise hold the arguments)."""
+    if TRACE:
+        trace(f, args, kwargs)
     try:
         value = f(*args, **kwargs)
     except RecursionError as e:

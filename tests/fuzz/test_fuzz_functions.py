@@ -1,5 +1,7 @@
 """Every module function called with hostile arguments, alone and in random
 sequences that share their objects and change the stored screen in between."""
+import sys
+
 import pygame
 import pytest
 from hypothesis import given
@@ -8,7 +10,7 @@ from hypothesis import strategies as st
 import hostile as h
 import korvel
 import scenes
-from harness import balanced_call
+from harness import TRACE, balanced_call
 
 # Argument kinds: a strategy of values of that kind, hostile edges included.
 KINDS = {
@@ -95,7 +97,10 @@ def store_screen(data):
     the display may be set up again or closed without telling korvel."""
     how = h.draw(data, h.pick(["surface"] * 6 + ["display", "reopened", "closed"]), "screen kind")
     if how == "surface":
-        korvel.set_SDL_screen(h.build_surface(h.draw(data, screens, label="screen")))
+        spec = h.draw(data, screens, label="screen")
+        if TRACE:
+            print(f"fuzz screen: {spec}", file=sys.stderr, flush=True)
+        korvel.set_SDL_screen(h.build_surface(spec))
         return
     h.open_display()
     korvel.set_SDL_screen(pygame.display.get_surface())
