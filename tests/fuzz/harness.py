@@ -5,6 +5,7 @@ crash the interpreter (the sanitizer build turns a stray read or write into
 a crash), return a value with an exception still set, or leave the
 reference counts of its arguments changed once its result is dropped.
 """
+import gc
 import os
 import sys
 import types
@@ -27,12 +28,20 @@ class Outcome:
         return self.error is None
 
 
+def name_of(f):
+    """A callable's name; a TamVar forwards attribute reads to what it holds."""
+    try:
+        return str(f.__name__)
+    except Exception:  # noqa: BLE001 - any hostile attribute lookup
+        return type(f).__name__
+
+
 def trace(f, args, kwargs):
     """With KORVEL_FUZZ_TRACE set, each call is written to standard error
     before it is made: after a crash, the last lines name the call."""
     from hostile import Box
     shown = ", ".join([repr(Box(a)) for a in args] + [f"{k}={Box(v)!r}" for k, v in kwargs.items()])
-    print(f"fuzz call: {getattr(f, '__name__', repr(f))}({shown})", file=sys.stderr, flush=True)
+    print(f"fuzz call: {name_of(f)}({shown})", file=sys.stderr, flush=True)
     for a in args:
         if type(a).__name__ == "TamRoom":
             fields = {n: getattr(a, n, None) for n in dir(a)
@@ -57,7 +66,7 @@ def attempt(f, *args, **kwargs):
     except SystemError as e:
         # A failure without an exception is the design's way for some calls;
         # a result with an exception left set is a bug.
-        assert "with an exception set" not in str(e), f"{f!r}: {e}"
+        assert "with an exception set" not in str(e), f"{name_of(f)}: {e}"
         return Outcome(error=f"SystemError: {e}")
     except Exception as e:  # noqa: BLE001 - any Python error is an allowed outcome
         return Outcome(error=f"{type(e).__name__}: {e}")
@@ -77,15 +86,22 @@ def balanced_call(f, args, kwargs=None, keeps=()):
     position) holds as many references after the call as before, once the
     result is dropped. Returns the outcome's error text or None."""
     watched = [a for i, a in enumerate(args) if i not in keeps and trackable(a)]
-    before = counts(watched)
-    outcome = attempt(f, *args, **(kwargs or {}))
-    error = outcome.error
-    del outcome
+    # A collection in between would free unrelated garbage that holds an argument.
+    collecting = gc.isenabled()
+    gc.disable()
+    try:
+        before = counts(watched)
+        outcome = attempt(f, *args, **(kwargs or {}))
+        error = outcome.error
+        del outcome
+        after = counts(watched)
+    finally:
+        if collecting:
+            gc.enable()
     # Shown by --hypothesis-show-statistics: how often each outcome came up.
-    event(f"{getattr(f, '__name__', 'call')}: " + (error or "returned")[:60])
-    after = counts(watched)
+    event(f"{name_of(f)}: " + (error or "returned")[:60])
     if after != before:
         changed = [(type(a).__name__, b, c) for a, b, c in zip(watched, before, after) if b != c]
-        pytest.fail(f"{getattr(f, '__name__', f)}: references changed (type, before, after): "
+        pytest.fail(f"{name_of(f)}: references changed (type, before, after): "
                     f"{changed}; outcome {error}")
     return error
