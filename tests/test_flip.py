@@ -77,6 +77,18 @@ def test_transforms_reject_bad_arguments(name, rest, args):
         getattr(korvel, name)(*args(rest))
 
 
+@pytest.mark.parametrize("name", ["flip_v", "flip_vh", "flip_h"])
+@pytest.mark.parametrize("size,depth", [((0, 5), 16), ((0, 5), 32), ((4, 0), 32)])
+def test_flips_of_surfaces_without_pixels(name, size, depth):
+    # such a surface has no pixel memory at all; nothing may be copied from it
+    try:
+        result = getattr(korvel, name)(pygame.Surface(size, 0, depth))
+    except ValueError:
+        assert depth != 32  # only 32-bit surfaces turn or mirror horizontally
+    else:
+        assert result.get_size() == size
+
+
 @pytest.mark.parametrize("factors,size", [((2.0, 2.0), (20, 14)), ((0.5, 1.0), (5, 7)),
                                           ((0.26, 3.0), (3, 21)), ((0.0, 1.0), (1, 7)),
                                           ((-1.0, 1.0), (10, 7))])

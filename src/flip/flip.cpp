@@ -18,6 +18,9 @@ void mirror_h32(Rows src, Rows dst, int w, int h) {
 }
 
 void mirror_v(Rows src, Rows dst, int h, std::size_t bytes) {
+  // guard: a surface without columns has no pixel memory (a null pointer),
+  // and copying even zero bytes from one is undefined
+  if (bytes == 0) return;
   for (int k = 0; k < h; ++k) std::memcpy(dst.row(k), src.row(h - 1 - k), bytes);
 }
 

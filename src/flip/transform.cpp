@@ -79,7 +79,7 @@ SDL_Surface* flip_vh(SDL_Surface* src) {
   korvel::compat::SurfaceLock lock(src);
   // guard: destination row 0 would come from the row past the source's end;
   // it is left blank instead, as a new surface is
-  if (dst->h > 0) std::memset(dst->pixels, 0, std::size_t(dst->pitch));
+  if (dst->pixels) std::memset(dst->pixels, 0, std::size_t(dst->pitch));
   korvel::flip::turn_shifted32(rows_of(src), rows_of(dst), src->w, src->h);
   return dst;
 }
