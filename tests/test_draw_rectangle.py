@@ -187,3 +187,36 @@ def test_without_a_stored_screen_it_raises():
                          env=dict(os.environ), timeout=60,
                          cwd=os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
     assert out.stdout == "RuntimeError\nRuntimeError\n", out.stderr
+
+
+class ClosingProps:
+    """Draw properties whose colour closes the display when it is read."""
+
+    alpha = 1.0
+
+    @property
+    def color(self):
+        pygame.display.quit()
+        return (255, 0, 0)
+
+
+@pytest.mark.parametrize("outline", [0.0, 1.0])
+@pytest.mark.parametrize("when", ["before", "while reading the colour"])
+def test_a_closed_display_raises_instead_of_reaching_pygame(runtime, screen, outline, when):
+    # pygame's own draw.rect crashes on a Surface whose display was closed
+    _, tamapi = runtime
+    korvel.RegisterInstancesDict({}, standins.ObjectInstanceBase, standins.ObjectInstanceZero,
+                                 standins.ParticleSystem)
+    tamapi.room = scaled_room()
+    if when == "before":
+        pygame.display.quit()
+    else:
+        tamapi.py_draw_props = ClosingProps()
+        korvel.RegisterInstancesDict({}, standins.ObjectInstanceBase,
+                                     standins.ObjectInstanceZero, standins.ParticleSystem)
+    try:
+        with pytest.raises((RuntimeError, pygame.error)):
+            korvel.draw_rectangle(10, 5, 20, 15, outline)
+    finally:
+        pygame.display.init()
+        korvel.set_SDL_screen(pygame.display.set_mode((64, 48), 0, 32))

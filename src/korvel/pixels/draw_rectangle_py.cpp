@@ -62,17 +62,21 @@ float on_screen(float c, double view, double scale, double port) {
 
 PyObject* draw_props() { return korvel::hooked(tamapi_py_draw_props, "py_draw_props"); }
 
-// guard: RuntimeError when no screen was stored
-PyObject* screen_object() {
-  if (!g_screen_pyobj)
+// guard: RuntimeError when no screen was stored, or when its display was
+// closed (pygame's own drawing would crash on it); a new reference, held
+// while the runtime's code runs, as that code may replace the stored screen
+Ref screen_object() {
+  if (!g_screen_pyobj) {
     PyErr_SetString(PyExc_RuntimeError, "no screen is stored: call set_SDL_screen first");
-  return g_screen_pyobj;
+    return Ref();
+  }
+  return Ref::borrow(korvel::stored_screen() ? g_screen_pyobj : nullptr);
 }
 
 PyObject* opaque_fill(float x1, float y1, float x2, float y2) {
-  PyObject* screen = screen_object();
+  Ref screen = screen_object();
   if (!screen) return nullptr;
-  Ref fill = Ref::steal(PyObject_GetAttrString(screen, "fill"));
+  Ref fill = Ref::steal(PyObject_GetAttrString(screen.get(), "fill"));
   if (!fill) return nullptr;
   Ref color = Ref::steal(PyObject_GetAttrString(draw_props(), "color"));
   if (!color) return nullptr;
@@ -87,12 +91,14 @@ PyObject* opaque_fill(float x1, float y1, float x2, float y2) {
 }
 
 PyObject* opaque_outline(float x1, float y1, float x2, float y2) {
-  PyObject* screen = screen_object();
-  if (!screen || !korvel::hooked(pygame_draw_rect, "pygame.draw.rect")) return nullptr;
+  if (!screen_object() || !korvel::hooked(pygame_draw_rect, "pygame.draw.rect")) return nullptr;
   Ref color = Ref::steal(PyObject_GetAttrString(draw_props(), "color"));
   if (!color) return nullptr;
+  // read again: reading the colour may have run code that closed the display
+  Ref screen = screen_object();
+  if (!screen) return nullptr;
   Ref args = Ref::steal(
-      Py_BuildValue("(OO(ffff)i)", screen, color.get(), x1, y1, x2 - x1, y2 - y1, 1));
+      Py_BuildValue("(OO(ffff)i)", screen.get(), color.get(), x1, y1, x2 - x1, y2 - y1, 1));
   if (!args) return nullptr;
   Ref result = Ref::steal(PyObject_Call(pygame_draw_rect, args.get(), nullptr));
   if (!result) {
