@@ -264,8 +264,8 @@ large_surface_specs = st.tuples(pick(LARGE_SIZES), pick(FORMATS[:4]),
                                 st.just(False), st.integers(0, 255))
 
 
-def build_surface(spec):
-    size, (depth, kind), sub, seed = spec
+def build_surface(recipe):
+    size, (depth, kind), sub, seed = recipe
     return make_surface(size, depth, kind, sub, seed)
 
 

@@ -97,10 +97,10 @@ def store_screen(data):
     the display may be set up again or closed without telling korvel."""
     how = h.draw(data, h.pick(["surface"] * 6 + ["display", "reopened", "closed"]), "screen kind")
     if how == "surface":
-        spec = h.draw(data, screens, label="screen")
+        recipe = h.draw(data, screens, label="screen")
         if TRACE:
-            print(f"fuzz screen: {spec}", file=sys.stderr, flush=True)
-        korvel.set_SDL_screen(h.build_surface(spec))
+            print(f"fuzz screen: {recipe}", file=sys.stderr, flush=True)
+        korvel.set_SDL_screen(h.build_surface(recipe))
         return
     h.open_display()
     korvel.set_SDL_screen(pygame.display.get_surface())
