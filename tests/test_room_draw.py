@@ -1,4 +1,5 @@
 import collections
+import contextlib
 import os
 import sys
 import time
@@ -9,25 +10,16 @@ import pytest
 
 import korvel
 import standins
+from standins import fl8
 
-VIEW_LISTS = ["xview", "yview", "object", "hborder", "vborder", "wview", "hview", "xport",
-              "yport", "wport", "hport"]
 FILL = (0, 0, 40)
-
-
-def fl8(*values):
-    fl = korvel.Floatlist8()
-    for i, v in enumerate(values):
-        fl[i] = v
-    return fl
+SCALED = dict(wview=32, hview=24, xport=8, yport=4, wport=48, hport=36)
 
 
 def full_view(**settings):
     """A view of the whole 64 by 48 screen, with settings overridden."""
-    view = dict(xview=0, yview=0, object=-1, hborder=0, vborder=0, wview=64, hview=48,
-                xport=0, yport=0, wport=64, hport=48)
-    view.update(settings)
-    return view
+    return dict(dict(xview=0, yview=0, object=-1, hborder=0, vborder=0, wview=64, hview=48,
+                     xport=0, yport=0, wport=64, hport=48), **settings)
 
 
 def make_room(drawn=(), tiles=(), views=(), visible=None, size=(64, 48)):
@@ -36,8 +28,8 @@ def make_room(drawn=(), tiles=(), views=(), visible=None, size=(64, 48)):
     room = korvel.TamRoom()
     room.room_width, room.room_height = size
     room.drawn_objects = list(drawn)
-    room.tiles = list(tiles)
-    for name in VIEW_LISTS:
+    room.tiles = [make_tile(*t) for t in tiles]
+    for name in full_view():
         setattr(room, "view_" + name, fl8(*(v[name] for v in views)))
     room.view_visible = fl8(*(visible if visible is not None else [1] * len(views)))
     room.view_enabled = int(bool(views))
@@ -59,6 +51,12 @@ def make_background(pixels):
     return bg
 
 
+def blank(fill=(0, 0, 0)):
+    expected = np.empty((64, 48, 3), np.uint8)
+    expected[:] = fill
+    return expected
+
+
 class Drawing:
     def __init__(self, runtime, screen):
         self.tam6, self.tamapi = runtime
@@ -67,20 +65,22 @@ class Drawing:
         self.backgrounds = standins.BackgroundDrawer(fill=FILL)
         self.tam6.Room_DrawBackgrounds = self.backgrounds
         self.tamapi.py_ParticleSystem = standins.DrawnParticleSystem
-        self.register()
-
-    def register(self):
-        korvel.RegisterInstancesDict({}, standins.ObjectInstanceBase,
-                                     standins.ObjectInstanceZero, standins.ParticleSystem)
+        standins.register()
 
     def pixels(self):
         return pygame.surfarray.array3d(self.screen)
+
+    def instance(self, name, **attrs):
+        return standins.Instance(self.log, name, **attrs)
 
     def coded(self, name, **attrs):
         """An instance whose object's draw code logs the current "self"."""
         obj = standins.ObjectRecord(draw_code=standins.draw_code("log.append(self.name)"))
         self.tamapi.log = self.log
-        return standins.Instance(self.log, name, object_index=obj, **attrs)
+        return self.instance(name, object_index=obj, **attrs)
+
+    def system(self, name="ps", automatic=True):
+        return standins.DrawnParticleSystem(self.log, name, automatic)
 
 
 @pytest.fixture
@@ -95,14 +95,13 @@ def test_without_views_backgrounds_then_tiles_then_instances_are_drawn(drawing):
     images = [rng.integers(0, 256, (16, 12, 3), dtype=np.uint8) for _ in range(2)]
     drawing.tam6.game.backgrounds = [make_background(p) for p in images]
     tiles = [(0, 4, 5, 2, 3, 8, 6), (1, 8, 7, 0, 0, 16, 12), (0, 58, 44, 0, 0, 16, 12)]
-    a = standins.Instance(drawing.log, "a", drawing.screen, 9, 9, (0, 255, 0))
-    b = standins.Instance(drawing.log, "b", drawing.screen, 62, 47, (255, 255, 0))
-    room = make_room([a, b], [make_tile(*t) for t in tiles])
+    a = drawing.instance("a", surface=drawing.screen, x=9, y=9, color=(0, 255, 0))
+    b = drawing.instance("b", surface=drawing.screen, x=62, y=47, color=(255, 255, 0))
+    room = make_room([a, b], tiles)
     room.view_current = 5
     assert korvel.Room_Draw(room, drawing.screen) is None
 
-    expected = np.empty((64, 48, 3), np.uint8)
-    expected[:] = FILL
+    expected = blank(FILL)
     for idx, x, y, tx, ty, w, h in tiles:
         part = images[idx][tx:tx + w, ty:ty + h][:64 - x, :48 - y]
         expected[x:x + part.shape[0], y:y + part.shape[1]] = part
@@ -110,57 +109,42 @@ def test_without_views_backgrounds_then_tiles_then_instances_are_drawn(drawing):
     expected[62:64, 47:48] = (255, 255, 0)
     np.testing.assert_array_equal(drawing.pixels(), expected)
     assert drawing.backgrounds.calls == [(room, drawing.screen, 0, 0)]
-    assert drawing.log == ["a", "b"]
-    assert room.view_current == 0
+    assert drawing.log == ["a", "b"] and room.view_current == 0
 
 
-def test_without_tiles_the_game_is_not_consulted(drawing):
+def test_instances_are_drawn_from_the_frames_snapshot_and_no_tiles_skip_the_game(drawing):
     del drawing.tamapi.game
-    assert korvel.Room_Draw(make_room(), drawing.screen) is None
-
-
-def test_instances_are_drawn_from_the_frames_snapshot(drawing):
     room = make_room()
-    late = standins.Instance(drawing.log, "late")
-    first = standins.Instance(drawing.log, "first")
+    late, first = drawing.instance("late"), drawing.instance("first")
     first.Draw = lambda: room.drawn_objects.append(late)
     room.drawn_objects.append(first)
-    korvel.Room_Draw(room, drawing.screen)
+    assert korvel.Room_Draw(room, drawing.screen) is None
     assert drawing.log == []
     korvel.Room_Draw(room, drawing.screen)
     assert drawing.log == ["late"]
 
 
-@pytest.mark.parametrize("bad,error,message", [
-    (standins.ObjectInstanceBase(), AttributeError, "ERror!\n"),
-    (standins.ObjectInstanceBase(Draw=lambda: 1 / 0), ZeroDivisionError, "Error!\n"),
+def failing_backgrounds(drawing, room):
+    drawing.tam6.Room_DrawBackgrounds = standins.Recorder("bg", result=KeyError("bg"))
+    standins.register()
+
+
+@pytest.mark.parametrize("breakage,error,message,log", [
+    (lambda d, r: r.drawn_objects.insert(1, standins.ObjectInstanceBase()), AttributeError,
+     "ERror!\n", ["a"]),
+    (lambda d, r: r.drawn_objects.insert(1, standins.ObjectInstanceBase(Draw=lambda: 1 / 0)),
+     ZeroDivisionError, "Error!\n", ["a"]),
+    (failing_backgrounds, KeyError, "Drawing backgrounds failed.\n", []),
+    (lambda d, r: setattr(r, "drawn_objects", None), TypeError,
+     "Error making tuple from drawn_objects\n", []),
 ])
-def test_a_failing_instance_stops_the_frame_after_the_earlier_ones(drawing, capfd, bad,
-                                                                    error, message):
-    room = make_room([standins.Instance(drawing.log, "a"), bad,
-                      standins.Instance(drawing.log, "c")])
+def test_a_failure_stops_the_frame_with_its_message(drawing, capfd, breakage, error, message,
+                                                    log):
+    room = make_room([drawing.instance("a"), drawing.instance("c")])
+    breakage(drawing, room)
     with pytest.raises(error):
         korvel.Room_Draw(room, drawing.screen)
-    assert drawing.log == ["a"]
-    assert capfd.readouterr().err == message
-
-
-def test_failing_backgrounds_stop_the_frame(drawing, capfd):
-    drawing.tam6.Room_DrawBackgrounds = standins.Recorder("bg", result=KeyError("bg"))
-    drawing.register()
-    room = make_room([standins.Instance(drawing.log, "a")])
-    with pytest.raises(KeyError):
-        korvel.Room_Draw(room, drawing.screen)
-    assert capfd.readouterr().err == "Drawing backgrounds failed.\n"
-    assert drawing.log == []
-
-
-def test_drawn_objects_that_are_not_a_sequence_fail_the_frame(drawing, capfd):
-    room = make_room()
-    room.drawn_objects = None
-    with pytest.raises(TypeError):
-        korvel.Room_Draw(room, drawing.screen)
-    assert capfd.readouterr().err == "Error making tuple from drawn_objects\n"
+    assert drawing.log == log and capfd.readouterr().err == message
 
 
 TILE = (0, 0, 0, 0, 0, 4, 4)
@@ -184,9 +168,8 @@ def test_bad_tiles_raise_and_stop_the_frame(drawing, tiles, backgrounds, error):
         del game.backgrounds
     else:
         game.backgrounds = backgrounds
-    room = make_room([standins.Instance(drawing.log, "a")])
-    room.tiles = [make_tile(*t) for t in tiles] if isinstance(tiles, list) and \
-        isinstance(tiles[0], tuple) else tiles
+    room = make_room([drawing.instance("a")])
+    room.tiles = [make_tile(*t) for t in tiles] if tiles and type(tiles[0]) is tuple else tiles
     with pytest.raises(error):
         korvel.Room_Draw(room, drawing.screen)
     assert drawing.log == []
@@ -195,18 +178,15 @@ def test_bad_tiles_raise_and_stop_the_frame(drawing, tiles, backgrounds, error):
 @pytest.mark.parametrize("surface", [None, "screen"])
 def test_a_target_that_is_not_a_surface_raises(drawing, surface):
     drawing.tam6.Room_DrawBackgrounds = standins.Recorder("bg")
-    drawing.register()
+    standins.register()
     drawing.tam6.game.backgrounds = [make_background(np.zeros((4, 4, 3), np.uint8))]
-    room = make_room(tiles=[make_tile(0, 0, 0, 0, 0, 4, 4)])
-    with pytest.raises(TypeError):
-        korvel.Room_Draw(room, surface)
-    with pytest.raises(TypeError):
-        korvel.Room_Draw(make_room(views=[full_view()]), surface)
+    for room in (make_room(tiles=[TILE]), make_room(views=[full_view()])):
+        with pytest.raises(TypeError):
+            korvel.Room_Draw(room, surface)
 
 
-def wait_for_next_second():
-    """Sleeps into the next whole second, past the lag of the coarse clock
-    that time() may read."""
+def next_second():
+    """Sleeps into the next whole second, past the lag of the coarse clock time() may read."""
     start = int(time.time())
     while int(time.time()) == start:
         time.sleep(0.005)
@@ -217,31 +197,32 @@ def wait_for_next_second():
 def test_fps_publishes_the_frames_of_the_last_whole_second(drawing):
     room = make_room()
     for attempt in range(3):
-        second = wait_for_next_second()
+        second = next_second()
         for _ in range(3):
             korvel.Room_Draw(room, drawing.screen)
-        if time.time() - second > 0.9:
-            continue  # the machine stalled near the next second; try again
-        wait_for_next_second()
-        korvel.Room_Draw(room, drawing.screen)
-        assert drawing.tamapi.fps == 3
-        return
+        if time.time() - second < 0.9:  # else the machine stalled near the next second
+            next_second()
+            korvel.Room_Draw(room, drawing.screen)
+            assert drawing.tamapi.fps == 3
+            return
     pytest.skip("no quiet second to count frames in")
 
 
 # With views.
 
-def test_views_none_visible_draws_nothing(drawing):
-    room = make_room([drawing.coded("a")], views=[full_view(), full_view()], visible=[0, 0])
+@pytest.mark.parametrize("visible,log", [([0, 0], []), ([1], ["a"]), ([0, 1], ["a"])])
+def test_a_short_view_visible_ends_the_views(drawing, visible, log):
+    room = make_room([drawing.coded("a")], views=[full_view()] * 2)
+    room.view_visible = visible
     before = drawing.pixels()
     assert korvel.Room_Draw(room, drawing.screen) is None
-    assert drawing.backgrounds.calls == [] and drawing.log == []
-    np.testing.assert_array_equal(drawing.pixels(), before)
+    assert drawing.log == log and len(drawing.backgrounds.calls) == len(log)
+    if not log:
+        np.testing.assert_array_equal(drawing.pixels(), before)
 
 
 def test_an_unscaled_view_draws_straight_onto_the_target(drawing):
-    system = standins.DrawnParticleSystem(drawing.log, "ps")
-    room = make_room([drawing.coded("a"), system, drawing.coded("b")],
+    room = make_room([drawing.coded("a"), drawing.system(), drawing.coded("b")],
                      views=[full_view(xview=5, yview=3)])
     drawing.backgrounds.rect = (10, 10, 4, 4)
     assert korvel.Room_Draw(room, drawing.screen) is None
@@ -249,14 +230,13 @@ def test_an_unscaled_view_draws_straight_onto_the_target(drawing):
     assert (drawing.tam6.view_xscale, drawing.tam6.view_yscale) == (1, 1)
     assert type(drawing.tam6.view_xscale) is int
     assert drawing.log == ["a", ("ps", -5, -3), "b"]
-    expected = np.empty((64, 48, 3), np.uint8)
-    expected[:] = FILL
+    expected = blank(FILL)
     expected[5:9, 7:11] = (200, 0, 0)
     np.testing.assert_array_equal(drawing.pixels(), expected)
 
 
 def test_a_scaled_view_draws_its_backgrounds_through_a_port(drawing):
-    view = full_view(xview=4, yview=2, wview=32, hview=24, xport=8, yport=4, wport=48, hport=36)
+    view = full_view(xview=4, yview=2, **SCALED)
     room = make_room([drawing.coded("a")], views=[full_view(), view], visible=[0, 1])
     drawing.backgrounds.rect = (10, 6, 4, 2)
     assert korvel.Room_Draw(room, drawing.screen) is None
@@ -267,7 +247,7 @@ def test_a_scaled_view_draws_its_backgrounds_through_a_port(drawing):
     assert (drawing.tam6.view_xscale, drawing.tam6.view_yscale) == (1.5, 1.5)
     assert type(drawing.tam6.view_xscale) is float
     assert room.view_current == 1 and drawing.log == ["a"]
-    expected = np.zeros((64, 48, 3), np.uint8)
+    expected = blank()
     expected[8:56, 4:40] = FILL
     x0, y0 = 8 + int((10 - 4) * 1.5), 4 + int((6 - 2) * 1.5)
     expected[x0:x0 + 6, y0:y0 + 3] = (200, 0, 0)
@@ -277,9 +257,9 @@ def test_a_scaled_view_draws_its_backgrounds_through_a_port(drawing):
 @pytest.mark.parametrize("xport,x", [(65536 + 8, 8), (-65536 + 2, 2), (1e30, -1), (-1e30, 0)])
 def test_a_port_is_placed_in_16_bits_even_at_the_int_limits(drawing, xport, x):
     # guard: SDL 2's clipping overflowed near the int limits and wrote outside the target
-    view = full_view(wview=32, hview=24, xport=xport, yport=4, wport=48, hport=36)
+    view = full_view(**dict(SCALED, xport=xport))
     korvel.Room_Draw(make_room(views=[view]), drawing.screen)
-    expected = np.zeros((64, 48, 3), np.uint8)
+    expected = blank()
     expected[max(x, 0):x + 48, 4:40] = FILL
     np.testing.assert_array_equal(drawing.pixels(), expected)
 
@@ -288,52 +268,39 @@ def test_a_port_in_a_format_with_alpha_leaves_what_the_backgrounds_did_not_draw(
     target = pygame.Surface((64, 48), pygame.SRCALPHA, 32)
     target.fill((0, 0, 90, 255))
     korvel.set_SDL_screen(target)
-    view = full_view(wview=32, hview=24, xport=8, yport=4, wport=48, hport=36)
     drawing.backgrounds.fill, drawing.backgrounds.rect = None, (10, 6, 4, 2)
-    korvel.Room_Draw(make_room(views=[view]), target)
-    expected = np.zeros((64, 48, 3), np.uint8)
-    expected[:] = (0, 0, 90)
+    korvel.Room_Draw(make_room(views=[full_view(**SCALED)]), target)
+    expected = blank((0, 0, 90))
     expected[8 + 15:8 + 21, 4 + 9:4 + 12] = (200, 0, 0)
     np.testing.assert_array_equal(pygame.surfarray.array3d(target), expected)
 
 
 def test_particle_systems_are_drawn_in_view_0_only(drawing):
-    system = standins.DrawnParticleSystem(drawing.log, "ps")
-    idle = standins.DrawnParticleSystem(drawing.log, "idle", automatic=0)
-    room = make_room([system, idle, drawing.coded("a")],
+    room = make_room([drawing.system(), drawing.system("idle", automatic=0), drawing.coded("a")],
                      views=[full_view(xview=1, yview=2), full_view(xview=3, yview=4)])
     korvel.Room_Draw(room, drawing.screen)
-    assert drawing.log == [("ps", -1, -2), "a", "a"]
-    assert room.view_current == 1
+    assert drawing.log == [("ps", -1, -2), "a", "a"] and room.view_current == 1
 
 
 @pytest.mark.parametrize("x,y,hborder,vborder,expected", [
     (10, 100, 32, 8, (0, 24)),    # clamped to the room's left and bottom
     (40, 20, 8, 4, (32, 16)),      # inside the room
     (60, 5, 0, 10, (32, 0)),       # clamped to the right and top
+    (None, None, 0, 0, (7, 1)),    # no instance: the view stays
 ])
 def test_a_view_follows_the_first_instance_of_its_object(drawing, x, y, hborder, vborder,
                                                          expected):
-    target = standins.Instance(drawing.log, "t", x=x, y=y)
-    objects = [standins.ObjectRecord(children=[
+    target = [drawing.instance("t", x=x, y=y)] if x is not None else []
+    drawing.tam6.game.objects = [standins.ObjectRecord(children=[
         standins.ObjectRecord(),
-        standins.ObjectRecord(children=[standins.ObjectRecord(instances=[target])])])]
-    drawing.tam6.game.objects = objects
-    view = full_view(object=0, hborder=hborder, vborder=vborder, wview=32, hview=24,
-                     wport=32, hport=24)
-    system = standins.DrawnParticleSystem(drawing.log, "ps")
-    room = make_room([system], views=[view])
+        standins.ObjectRecord(children=[standins.ObjectRecord(instances=target)])])]
+    view = full_view(object=0, xview=7, yview=1, hborder=hborder, vborder=vborder, wview=32,
+                     hview=24, wport=32, hport=24)
+    room = make_room([drawing.system()], views=[view])
     korvel.Room_Draw(room, drawing.screen)
     assert (room.view_xview[0], room.view_yview[0]) == expected
     assert drawing.backgrounds.calls[0][2:] == expected
     assert drawing.log == [("ps", -expected[0], -expected[1])]
-
-
-def test_a_followed_object_without_instances_leaves_the_view(drawing):
-    drawing.tam6.game.objects = [standins.ObjectRecord()]
-    room = make_room(views=[full_view(object=0, xview=7, yview=1)])
-    korvel.Room_Draw(room, drawing.screen)
-    assert (room.view_xview[0], room.view_yview[0]) == (7, 1)
 
 
 def test_draw_code_is_resolved_cached_and_run_as_self(drawing):
@@ -341,49 +308,35 @@ def test_draw_code_is_resolved_cached_and_run_as_self(drawing):
     drawing.tamapi.self = outer = object()
     room = make_room([a], views=[full_view()])
     korvel.Room_Draw(room, drawing.screen)
-    code = a.object_index.py_objectdata.events[8][0].python
-    assert a.py_Draw is code
+    assert a.py_Draw is a.object_index.py_objectdata.events[8][0].python
     a.object_index = None  # resolved: the object is not consulted again
     korvel.Room_Draw(room, drawing.screen)
     assert drawing.log == ["a", "a"]
     assert drawing.tamapi.self is outer and drawing.tamapi.py_self_stack == []
 
 
-def test_an_instance_without_draw_code_is_drawn_automatically_from_the_next_frame(drawing):
+@pytest.mark.parametrize("events,error", [(None, None), ([[]] * 12, None),
+                                          ([[]] * 8, RuntimeError)])
+def test_an_instance_without_draw_code_is_drawn_automatically_from_the_next_frame(
+        drawing, capfd, events, error):
     sprite = dict(sprite_index=3, image_index=1.5, x=7, y=8, image_xscale=2.0,
                   image_yscale=0.5, image_angle=90.0, image_blend=0xFF00FF, image_alpha=0.25)
-    a = standins.Instance(drawing.log, "a", object_index=standins.ObjectRecord(), **sprite)
+    obj = standins.ObjectRecord(events=events)
+    if events is None:
+        del obj.py_objectdata.events
+    a = drawing.instance("a", object_index=obj, **sprite)
     room = make_room([a], views=[full_view()])
-    korvel.Room_Draw(room, drawing.screen)
+    with pytest.raises(error) if error else contextlib.nullcontext():
+        korvel.Room_Draw(room, drawing.screen)
+    assert ("Events too small!\n" in capfd.readouterr().err) == bool(error)
     assert a.py_Draw == 1 and drawing.tamapi.draw_sprite_ext.calls == []
-    korvel.Room_Draw(room, drawing.screen)
+    assert korvel.Room_Draw(room, drawing.screen) is None
     assert drawing.tamapi.draw_sprite_ext.calls == [tuple(sprite.values())]
 
 
-def test_an_object_without_events_is_drawn_automatically(drawing):
-    obj = standins.ObjectRecord()
-    del obj.py_objectdata.events
-    a = standins.Instance(drawing.log, "a", object_index=obj)
-    assert korvel.Room_Draw(make_room([a], views=[full_view()]), drawing.screen) is None
-    assert a.py_Draw == 1
-
-
-def test_too_few_events_fail_the_frame_then_draw_automatically(drawing, capfd):
-    obj = standins.ObjectRecord(events=[[]] * 8)
-    a = standins.Instance(drawing.log, "a", object_index=obj)
-    room = make_room([a], views=[full_view()])
-    with pytest.raises(RuntimeError):
-        korvel.Room_Draw(room, drawing.screen)
-    assert "Events too small!\n" in capfd.readouterr().err
-    assert a.py_Draw == 1
-    assert korvel.Room_Draw(room, drawing.screen) is None
-    assert len(drawing.tamapi.draw_sprite_ext.calls) == 1
-
-
 def test_a_failing_instance_is_reported_and_the_view_goes_on(drawing, capfd):
-    bad = standins.Instance(drawing.log, "bad", py_Draw=standins.draw_code("1 / 0"))
-    system = standins.DrawnParticleSystem(drawing.log, "ps")
-    room = make_room([drawing.coded("a"), bad, drawing.coded("c"), system],
+    bad = drawing.instance("bad", py_Draw=standins.draw_code("1 / 0"))
+    room = make_room([drawing.coded("a"), bad, drawing.coded("c"), drawing.system()],
                      views=[full_view()])
     drawing.tamapi.self = outer = object()
     with pytest.raises(ZeroDivisionError):
@@ -397,36 +350,38 @@ def test_a_failing_instance_is_reported_and_the_view_goes_on(drawing, capfd):
     assert drawing.tamapi.self is outer and drawing.tamapi.py_self_stack == []
 
 
-@pytest.mark.parametrize("change,error", [
-    (lambda a: setattr(a, "py_Draw", "draw me"), TypeError),
-    (lambda a: delattr(a, "image_alpha") or setattr(a, "py_Draw", 1), AttributeError),
-    (lambda a: delattr(a, "py_Draw"), AttributeError),
-])
-def test_an_instance_that_cannot_draw_fails_the_frame_but_not_the_others(drawing, change,
-                                                                        error):
-    bad = drawing.coded("bad")
-    change(bad)
-    room = make_room([bad, drawing.coded("b")], views=[full_view()])
-    with pytest.raises(error):
-        korvel.Room_Draw(room, drawing.screen)
-    assert drawing.log[-1] == "b"
-
-
-def test_draw_sprite_ext_failing_fails_the_frame(drawing):
+def failing_sprite_drawer(drawing):
     drawing.tamapi.draw_sprite_ext.result = ValueError("sprite")
-    room = make_room([standins.Instance(drawing.log, "a", py_Draw=1)], views=[full_view()])
-    with pytest.raises(ValueError, match="sprite"):
-        korvel.Room_Draw(room, drawing.screen)
+    return drawing.instance("bad", py_Draw=1)
 
 
-def test_a_particle_system_without_real_draw_fails_the_frame(drawing):
+def system_without_real_draw(drawing):
     class Bare:
         py_automatic_draw = True
 
     drawing.tamapi.py_ParticleSystem = Bare
-    drawing.register()
-    with pytest.raises(AttributeError):
-        korvel.Room_Draw(make_room([Bare()], views=[full_view()]), drawing.screen)
+    standins.register()
+    return Bare()
+
+
+def coded_and(change):
+    return lambda drawing: change(drawing.coded("bad"))
+
+
+@pytest.mark.parametrize("make_bad,error", [
+    (coded_and(lambda a: setattr(a, "py_Draw", "draw me") or a), TypeError),
+    (coded_and(lambda a: delattr(a, "image_alpha") or setattr(a, "py_Draw", 1) or a),
+     AttributeError),
+    (coded_and(lambda a: delattr(a, "py_Draw") or a), AttributeError),
+    (failing_sprite_drawer, ValueError),
+    (system_without_real_draw, AttributeError),
+])
+def test_an_instance_that_cannot_draw_fails_the_frame_but_not_the_others(drawing, make_bad,
+                                                                        error):
+    room = make_room([make_bad(drawing), drawing.coded("b")], views=[full_view()])
+    with pytest.raises(error):
+        korvel.Room_Draw(room, drawing.screen)
+    assert drawing.log[-1] == "b"
 
 
 @pytest.mark.parametrize("field,value,error", [
@@ -451,36 +406,23 @@ def test_an_object_number_beyond_the_game_is_reported_and_the_view_drawn(drawing
     assert err.startswith("An error has occurred 615\n660\n660 a\nAn error has occurred 661\n")
 
 
-def test_a_port_that_cannot_be_made_skips_the_backgrounds_and_draws_the_rest(drawing):
-    room = make_room([drawing.coded("a")], views=[full_view(xport=1, wport=-4)])
-    with pytest.raises(RuntimeError):
+@pytest.mark.parametrize("settings,error,match", [
+    (dict(xport=1, wport=-4), RuntimeError, ""),                   # no such surface
+    (dict(xport=1, wport=1e10), ValueError, "larger than a surface can be"),
+    (dict(xport=1, hport=40000), ValueError, "larger than a surface can be"),
+    (dict(xport=1, wport=float("inf")), ValueError, "larger than a surface can be"),
+    ("unregistered", RuntimeError, "Room_DrawBackgrounds"),
+])
+def test_views_whose_backgrounds_cannot_be_drawn_draw_the_rest_and_fail(drawing, settings,
+                                                                        error, match):
+    if settings == "unregistered":
+        del drawing.tam6.Room_DrawBackgrounds
+        standins.register()
+        settings = {}
+    room = make_room([drawing.coded("a")], views=[full_view(**settings)])
+    with pytest.raises(error, match=match):
         korvel.Room_Draw(room, drawing.screen)
     assert drawing.backgrounds.calls == [] and drawing.log == ["a"]
-
-
-@pytest.mark.parametrize("wport,hport", [(1e10, 36), (48, 40000), (float("inf"), 36)])
-def test_a_port_larger_than_any_surface_is_refused_before_it_is_allocated(drawing, wport,
-                                                                           hport):
-    room = make_room([drawing.coded("a")], views=[full_view(xport=1, wport=wport, hport=hport)])
-    with pytest.raises(ValueError, match="larger than a surface can be"):
-        korvel.Room_Draw(room, drawing.screen)
-    assert drawing.backgrounds.calls == [] and drawing.log == ["a"]
-
-
-def test_views_without_a_registered_background_handler_raise(drawing):
-    del drawing.tam6.Room_DrawBackgrounds
-    drawing.register()
-    room = make_room([drawing.coded("a")], views=[full_view()])
-    with pytest.raises(RuntimeError, match="Room_DrawBackgrounds"):
-        korvel.Room_Draw(room, drawing.screen)
-    assert drawing.log == ["a"]
-
-
-def test_a_short_view_visible_ends_the_views(drawing):
-    room = make_room([drawing.coded("a")], views=[full_view()] * 2)
-    room.view_visible = [1]
-    assert korvel.Room_Draw(room, drawing.screen) is None
-    assert drawing.log == ["a"]
 
 
 def test_a_room_that_is_not_a_tamroom_cannot_use_views(drawing):
@@ -496,49 +438,43 @@ def resident_pages():
         return int(f.read().split()[1])
 
 
-def frames_keep_memory_flat(room, screen, drawing, frames):
+def scene(drawing, views, failing):
+    """The room of a busy frame and every object it holds."""
+    drawing.log = collections.deque(maxlen=1)
+    if views:
+        target = drawing.instance("t", x=30, y=20)
+        drawing.tam6.game.objects = [standins.ObjectRecord(instances=[target])]
+        drawn = [drawing.coded("a"), drawing.instance("s", py_Draw=1), drawing.system(),
+                 drawing.instance("bad", py_Draw=standins.draw_code("1/0"))][:3 + failing]
+        room = make_room(drawn, views=[full_view(), full_view(object=0, **SCALED)])
+        return room, drawn + [room]
+    bg = make_background(np.zeros((16, 16, 3), np.uint8))
+    drawing.tam6.game.backgrounds = [bg]
+    drawn = [drawing.instance(str(i), surface=drawing.screen, x=i, y=i) for i in range(5)]
+    drawn += [drawing.instance("bad", Draw=lambda: 1 / 0)] * failing
+    room = make_room(drawn, [(0, 3 * i, 2 * i, 0, 0, 8, 8) for i in range(10)])
+    return room, drawn + list(room.tiles) + [bg, room]
+
+
+@pytest.mark.parametrize("failing", [False, True])
+@pytest.mark.parametrize("views", [True, False])
+def test_ten_thousand_frames_keep_memory_flat(drawing, views, failing):
+    room, held = scene(drawing, views, failing)
+    held.append(drawing.screen)
+    counts = [sys.getrefcount(o) for o in held]
+
     def run(n):
         for _ in range(n):
             try:
-                korvel.Room_Draw(room, screen)
+                korvel.Room_Draw(room, drawing.screen)
             except ZeroDivisionError:
                 pass
             drawing.backgrounds.calls.clear()
             drawing.tamapi.draw_sprite_ext.calls.clear()
     run(500)
     blocks, pages = sys.getallocatedblocks(), resident_pages()
-    run(frames)
-    assert sys.getallocatedblocks() - blocks < frames // 10  # a leak per frame: >= frames
+    run(10_000)
+    assert sys.getallocatedblocks() - blocks < 1000  # a leak per frame: >= 10,000
     if "libasan" not in os.environ.get("LD_PRELOAD", ""):  # ASan keeps freed memory resident
         assert resident_pages() - pages < 256
-
-
-@pytest.mark.parametrize("failing", [False, True])
-def test_ten_thousand_frames_with_views_keep_memory_flat(drawing, failing):
-    drawing.log = collections.deque(maxlen=1)
-    scaled = full_view(wview=32, hview=24, xport=8, yport=4, wport=48, hport=36, object=0)
-    target = standins.Instance(drawing.log, "t", x=30, y=20)
-    drawing.tam6.game.objects = [standins.ObjectRecord(instances=[target])]
-    drawn = [drawing.coded("a"), standins.Instance(drawing.log, "s", py_Draw=1),
-             standins.DrawnParticleSystem(drawing.log, "ps")]
-    if failing:
-        drawn.append(standins.Instance(drawing.log, "bad", py_Draw=standins.draw_code("1/0")))
-    room = make_room(drawn, views=[full_view(), scaled])
-    counts = [sys.getrefcount(o) for o in drawn + [room, drawing.screen]]
-    frames_keep_memory_flat(room, drawing.screen, drawing, 10_000)
-    assert [sys.getrefcount(o) for o in drawn + [room, drawing.screen]] == counts
-
-
-@pytest.mark.parametrize("failing", [False, True])
-def test_ten_thousand_frames_without_views_keep_memory_flat(drawing, failing):
-    drawing.log = collections.deque(maxlen=1)
-    bg = make_background(np.zeros((16, 16, 3), np.uint8))
-    drawing.tam6.game.backgrounds = [bg]
-    tiles = [make_tile(0, 3 * i, 2 * i, 0, 0, 8, 8) for i in range(10)]
-    drawn = [standins.Instance(drawing.log, str(i), drawing.screen, i, i) for i in range(5)]
-    if failing:
-        drawn.append(standins.Instance(drawing.log, "bad", Draw=lambda: 1 / 0))
-    room = make_room(drawn, tiles)
-    counts = [sys.getrefcount(o) for o in drawn + tiles + [bg, room, drawing.screen]]
-    frames_keep_memory_flat(room, drawing.screen, drawing, 10_000)
-    assert [sys.getrefcount(o) for o in drawn + tiles + [bg, room, drawing.screen]] == counts
+    assert [sys.getrefcount(o) for o in held] == counts
