@@ -4,6 +4,8 @@ korvel binds both modules by name when it is imported, so they are
 registered once, before the import, and every test fills or resets the
 same two module objects.
 """
+import os
+import subprocess
 import sys
 import types
 
@@ -203,3 +205,12 @@ def fl8(*values):
     for k, x in enumerate(values):
         fl[k] = x
     return fl
+
+
+def run_fresh(code):
+    """What `code` prints in a fresh interpreter that has only registered the stand-in
+    modules, before korvel is imported and anything is stored in it."""
+    env = dict(os.environ, PYTHONPATH=os.pathsep.join(sys.path), SDL_VIDEODRIVER="dummy")
+    return subprocess.run([sys.executable, "-c", "import standins; standins.modules()\n" + code],
+                          env=env, capture_output=True, text=True,
+                          cwd=os.path.dirname(__file__), check=True).stdout
