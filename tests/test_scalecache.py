@@ -25,21 +25,29 @@ def frame(screen):
     return noise(8, 6, pygame.SRCALPHA, seed=3)
 
 
-def test_an_unchanged_frame_is_cached_as_itself(frame):
-    spr = sprite(frame)
-    assert add(spr) is frame
-    assert spr.scalecache == {"k": frame}
+def test_an_unchanged_frame_is_cached_as_itself_and_a_key_used_again_is_replaced(frame):
+    spr = sprite(frame, noise(8, 6, seed=9))
+    assert add(spr) is frame and spr.scalecache == {"k": frame}
+    second = add(spr, subimg=1, w=-8)
+    assert spr.scalecache == {"k": second}
 
 
-@pytest.mark.parametrize("w,h,model", [
-    (-8, 6, lambda p: p[:, ::-1]),
-    (8, -6, lambda p: p[::-1, :]),
-    (-8, -6, lambda p: np.vstack([np.zeros((1, 8), np.uint32), p[:0:-1, ::-1]])),
+def opacity_model(p):
+    p = p.astype(np.uint64)
+    return ((p & 0xFFFFFF) | (((p >> 8) * 128) & 0xFF000000)).astype(np.uint32)
+
+
+@pytest.mark.parametrize("kw,model", [
+    (dict(w=-8), lambda p: p[:, ::-1]),
+    (dict(h=-6), lambda p: p[::-1, :]),
+    (dict(w=-8, h=-6), lambda p: np.vstack([np.zeros((1, 8), np.uint32), p[:0:-1, ::-1]])),
+    (dict(colori=0x00123456), lambda p: np.full_like(p, 0x00123456)),  # the whole copy
+    (dict(alpha=128), opacity_model),  # the alpha byte rewritten
 ])
-def test_negative_sizes_mirror(frame, w, h, model):
+def test_mirrors_blend_colours_and_opacity_change_a_copy(frame, kw, model):
     before = pixels(frame)
-    r = add(sprite(frame), w=w, h=h)
-    assert r.get_size() == (8, 6)
+    r = add(sprite(frame), **kw)
+    assert r is not frame and r.get_size() == (8, 6)
     np.testing.assert_array_equal(pixels(r), model(before))
     np.testing.assert_array_equal(pixels(frame), before)
 
@@ -58,23 +66,6 @@ def test_sizes_and_turns_follow_sdl_gfx_without_smoothing(frame, w, h, clockwise
     np.testing.assert_array_equal(pixels(r), pixels(want))
 
 
-def test_a_blend_colour_fills_a_copy(frame):
-    before = pixels(frame)
-    r = add(sprite(frame), colori=0x00123456)
-    assert r is not frame
-    assert (pixels(r) == 0x00123456).all()  # the whole copy holds the pixel word
-    np.testing.assert_array_equal(pixels(frame), before)
-
-
-def test_opacity_rewrites_the_alpha_byte_of_a_copy(frame):
-    before = pixels(frame)
-    r = add(sprite(frame), alpha=128)
-    p = before.astype(np.uint64)
-    want = (p & 0xFFFFFF) | (((p >> 8) * 128) & 0xFF000000)
-    np.testing.assert_array_equal(pixels(r), want.astype(np.uint32))
-    np.testing.assert_array_equal(pixels(frame), before)
-
-
 def test_flattening_opaque_keeps_the_frames_masks(screen):
     f = noise(8, 6, 0, seed=5)
     r = add(sprite(f), flatten=1)
@@ -91,25 +82,16 @@ def test_flattening_translucent_lands_in_the_screens_format(screen):
     assert (abs(got - np.array([100, 50, 20])) <= 2).all()  # half over black
 
 
-def test_a_second_call_with_the_same_key_replaces_the_entry(frame):
-    spr = sprite(frame, noise(8, 6, seed=9))
-    add(spr, subimg=0, w=-8)
-    second = add(spr, subimg=1, w=-8)
-    assert spr.scalecache == {"k": second}
-
-
-def test_a_bad_frame_index_reports_a_sequence_error(frame, capfd):
-    with pytest.raises(IndexError):
-        add(sprite(frame), subimg=3)
-    assert capfd.readouterr().err == "sequence error.\n"
-
-
-def test_a_failing_store_reports(frame, capfd):
+@pytest.mark.parametrize("kw,message,error", [
+    (dict(subimg=3), "sequence error.\n", IndexError),
+    (dict(w=-8, cache=None), "Error storing item in scalecache.\n", TypeError),
+])
+def test_a_bad_frame_index_or_store_reports(frame, capfd, kw, message, error):
     spr = sprite(frame)
-    spr.scalecache = None
-    with pytest.raises(TypeError):
-        add(spr, w=-8)
-    assert capfd.readouterr().err == "Error storing item in scalecache.\n"
+    spr.scalecache = kw.pop("cache", {})
+    with pytest.raises(error):
+        add(spr, **kw)
+    assert capfd.readouterr().err == message
 
 
 @pytest.mark.parametrize("make,kw,error", [
