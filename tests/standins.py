@@ -125,10 +125,6 @@ class BackgroundDrawer(Recorder):
                                   int(w * sx), int(h * sy)))
 
 
-class DrawLog(list):
-    """The order in which a frame drew things, shared by the stand-ins below."""
-
-
 class Instance(ObjectInstanceBase):
     """A drawn instance: Draw() records itself and fills a 2 by 2 square of
     `color` at (x, y) on `surface`. py_Draw starts unresolved (0)."""
@@ -151,16 +147,6 @@ class Instance(ObjectInstanceBase):
         return f"Instance({self.name})"
 
 
-class Action:
-    def __init__(self, python):
-        self.python = python
-
-
-class ObjectData:
-    def __init__(self, events):
-        self.events = events
-
-
 class ObjectRecord:
     """An object of the game: its instances, the objects that inherit from
     it, and its object data whose event 8 is the draw event."""
@@ -171,8 +157,8 @@ class ObjectRecord:
         if events is None:
             events = [[] for _ in range(12)]
             if draw_code is not None:
-                events[8] = [Action(draw_code)]
-        self.py_objectdata = ObjectData(events)
+                events[8] = [types.SimpleNamespace(python=draw_code)]  # the draw action
+        self.py_objectdata = types.SimpleNamespace(events=events)
 
 
 def draw_code(source):

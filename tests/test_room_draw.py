@@ -61,7 +61,7 @@ class Drawing:
     def __init__(self, runtime, screen):
         self.tam6, self.tamapi = runtime
         self.screen = screen
-        self.log = standins.DrawLog()
+        self.log = []
         self.backgrounds = standins.BackgroundDrawer(fill=FILL)
         self.tam6.Room_DrawBackgrounds = self.backgrounds
         self.tamapi.py_ParticleSystem = standins.DrawnParticleSystem
