@@ -102,16 +102,25 @@ def test_remove_of_an_absent_instance_fails_and_changes_nothing(inst, items):
     assert il == [inst[0]] * len(items)
 
 
-@pytest.mark.parametrize("where", [0, 1, 2, -1, -2, -99, 99])
+@pytest.mark.parametrize("how,where", [("insert", w) for w in (0, 1, 2, -1, -2, -3, -99, 99)]
+                         + [("assign", w) for w in (0, 1, 2, -1, -2, -3)])
 @pytest.mark.parametrize("form", ["instance", "variable", "number"])
-def test_insert_puts_the_instance_where_list_insert_would(inst, where, form):
+def test_insert_and_item_assignment_put_the_instance_where_the_list_would(inst, how, where,
+                                                                          form):
     a, b, c = inst
-    il, model = InstanceList([b, c]), [b, c]
-    before = sys.getrefcount(a)
-    il.insert(where, FORMS[form](a))
-    model.insert(where, a)
-    assert [x is y for x, y in zip(il, model)] == [True] * 3
-    assert sys.getrefcount(a) == before + 2  # the list's and the model's
+    il, model = InstanceList([b, c, b]), [b, c, b]
+    held = [sys.getrefcount(x) - sum(y is x for y in model) * 2 for x in inst]
+    value = FORMS[form](a)
+    if how == "insert":
+        il.insert(where, value)
+        model.insert(where, a)
+    else:
+        il.__setitem__(where, value)  # the sequence slot
+        model[where] = a
+    assert len(il) == len(model) and all(x is y for x, y in zip(il, model))
+    del value
+    # one reference in the list, one in the model for each place an instance holds
+    assert [sys.getrefcount(x) - sum(y is x for y in model) * 2 for x in inst] == held
 
 
 def test_insert_by_number_leaves_the_number_alone(inst):
@@ -126,21 +135,6 @@ def test_insert_by_number_leaves_the_number_alone(inst):
 def test_insert_argument_errors(inst, args):
     with pytest.raises(TypeError):
         InstanceList().insert(*args)
-
-
-@pytest.mark.parametrize("index", [0, 2, -1, -3])
-@pytest.mark.parametrize("form", ["instance", "variable", "number"])
-def test_item_assignment_through_the_sequence_slot(inst, index, form):
-    a, b, c = inst
-    il = InstanceList([b, c, b])
-    before = (sys.getrefcount(a), sys.getrefcount(b))
-    value = FORMS[form](a)
-    il.__setitem__(index, value)
-    model = [b, c, b]
-    model[index] = a
-    assert [x is y for x, y in zip(il, model)] == [True] * 3
-    del value, model
-    assert (sys.getrefcount(a), sys.getrefcount(b)) == (before[0] + 1, before[1] - 1)
 
 
 @pytest.mark.parametrize("index", [3, 50, -5])

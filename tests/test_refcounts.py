@@ -125,10 +125,13 @@ def test_instance_list_numbers_resolve_without_leaking(runtime):
 
 # --- particles ---------------------------------------------------------------------
 
-def test_sprite_shape_is_held_replaced_and_released(runtime):
+def test_a_sprite_shape_is_held_replaced_released_and_not_kept_when_refused(runtime):
     pt = korvel.part_type_create()
     sprite, surface = Value(), pygame.Surface((2, 2), 0, 32)
     before = refs(sprite, surface)
+    with pytest.raises(TypeError):
+        korvel.part_type_sprite(5, sprite, 0.0, 0.0, 0.0)
+    assert refs(sprite, surface) == before
     korvel.part_type_sprite(pt, sprite, 0.0, 0.0, 0.0)
     assert refs(sprite, surface) == [before[0] + 1, before[1]]
     korvel.part_type_shape(pt, surface)
@@ -137,14 +140,6 @@ def test_sprite_shape_is_held_replaced_and_released(runtime):
     assert refs(sprite, surface) == [before[0] + 1, before[1]]
     del pt
     assert refs(sprite, surface) == before
-
-
-def test_a_refused_sprite_shape_is_not_kept(runtime):
-    sprite = Value()
-    before = sys.getrefcount(sprite)
-    with pytest.raises(TypeError):
-        korvel.part_type_sprite(5, sprite, 0.0, 0.0, 0.0)
-    assert sys.getrefcount(sprite) == before
 
 
 def test_particles_give_back_their_type_and_counters(runtime):

@@ -69,11 +69,7 @@ TEST(TamVarUnwrap, AClearedVariableIsTheInteger0) {
   ASSERT_NE(first, nullptr);
   EXPECT_TRUE(PyLong_CheckExact(first));
   EXPECT_EQ(PyLong_AsLong(first), 0);
-}
-
-TEST(TamVarCleared, OperationsReadElement0AsTheDefault) {
-  Ref v = var("'abc'");
-  clear(v.get());
+  // and every operation reads it so
   Ref text = Ref::steal(PyObject_Str(v.get()));
   EXPECT_STREQ(PyUnicode_AsUTF8(text.get()), "0");
   EXPECT_EQ(PyObject_Length(v.get()), 0);
