@@ -27,6 +27,7 @@ struct CParticle {
   korvel::particles::Particle state;  // x .. angle
   Beancounter* beancounter;           // owned, may be null
   PyObject* type;                     // owned particle-type handle
+  ParticleType_object* type_record;   // the record inside type, read every frame
 };
 
 extern PyTypeObject Beancounter_Type;
@@ -55,4 +56,4 @@ ParticleType_object* particle_type_of(PyObject* o);
 // The record behind a particle handle; null with TypeError otherwise.
 CParticle* particle_of(PyObject* o);
 // The type record of a living particle: its handle was checked at birth.
-ParticleType_object* type_record_of(const CParticle* p);
+inline ParticleType_object* type_record_of(const CParticle* p) { return p->type_record; }

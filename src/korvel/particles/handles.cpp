@@ -105,7 +105,3 @@ CParticle* particle_of(PyObject* o) {
   }
   return static_cast<CParticle*>(PyCapsule_GetPointer(o, kCParticleCapsule));
 }
-
-ParticleType_object* type_record_of(const CParticle* p) {
-  return static_cast<ParticleType_object*>(PyCapsule_GetPointer(p->type, kParticleTypeCapsule));
-}

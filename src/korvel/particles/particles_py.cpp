@@ -182,7 +182,7 @@ namespace {
 
 // The record and its handle, or null with the exception set. The record
 // holds a reference to the type handle from here on.
-PyObject* wrap_particle(PyObject* type_handle, CParticle** out) {
+PyObject* wrap_particle(PyObject* type_handle, ParticleType_object* pt, CParticle** out) {
   auto* p = static_cast<CParticle*>(PyMem_Calloc(1, sizeof(CParticle)));
   if (!p) return PyErr_NoMemory();
   PyObject* handle = PyCapsule_New(p, kCParticleCapsule, CParticle_destructor);
@@ -191,6 +191,7 @@ PyObject* wrap_particle(PyObject* type_handle, CParticle** out) {
     return nullptr;
   }
   p->type = Py_NewRef(type_handle);
+  p->type_record = pt;
   *out = p;
   return handle;
 }
@@ -208,8 +209,8 @@ PyObject* CParticle_new(PyObject*, PyObject* args) {
   if (!PyArg_ParseTuple(args, "Off", &pypt, &x, &y)) return nullptr;
   ParticleType_object* pt = particle_type_of(pypt);
   if (!pt) return nullptr;
-  CParticle* p;
-  PyObject* handle = wrap_particle(type_handle_of(pypt), &p);
+  CParticle* p = nullptr;
+  PyObject* handle = wrap_particle(type_handle_of(pypt), pt, &p);
   if (handle) particles::CParticle_born(p->state, pt->params, x, y, drand48);
   return handle;
 }
@@ -221,8 +222,8 @@ PyObject* CParticle_new_size_color(PyObject*, PyObject* args) {
   if (!PyArg_ParseTuple(args, "Offfi", &pypt, &x, &y, &size, &color)) return nullptr;
   ParticleType_object* pt = particle_type_of(pypt);
   if (!pt) return nullptr;
-  CParticle* p;
-  PyObject* handle = wrap_particle(type_handle_of(pypt), &p);
+  CParticle* p = nullptr;
+  PyObject* handle = wrap_particle(type_handle_of(pypt), pt, &p);
   if (handle)
     particles::CParticle_born_size_color(p->state, pt->params, x, y, size, uint32_t(color),
                                          drand48);
