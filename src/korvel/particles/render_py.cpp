@@ -72,20 +72,27 @@ PyObject* cache_image(ParticleType_object* pt, const ImageKey& k, PyObject* key,
   return wrapper;
 }
 
-// Blits the image the index names for k; false when it names none.
-bool blit_indexed(const ParticleType_object* pt, const ImageKey& k, const RenderPlan& plan,
-                  int blend) {
-  SDL_Surface* image = indexed_image(pt, k);
-  if (image) blit_centred(image, plan, blend);
-  return image != nullptr;
+// The cache's key tuple for k: five ints, or four when k has no angle.
+Ref key_tuple(const ImageKey& k) {
+  if (k.with_angle)
+    return Ref::steal(Py_BuildValue("(iikki)", k.w, k.h, (unsigned long)k.tint,
+                                    (unsigned long)k.alpha, int(k.angle)));
+  return Ref::steal(Py_BuildValue("(iiki)", k.w, k.h, (unsigned long)k.tint, int(k.alpha)));
 }
 
-// The cached image for key (k in the index), which goes into the index
-// when only the dictionary had it: 1 when found and blitted, 0 when
-// missing, -1 on error.
-int blit_cached(ParticleType_object* pt, const ImageKey& k, PyObject* key, const RenderPlan& plan,
-                int blend) {
-  PyObject* cached = PyDict_GetItemWithError(pt->cached_surfaces, key);  // borrowed
+// Blits the image cached under k: the index answers first, then the
+// dictionary under the key tuple, which is left in key for the caller to
+// store a new image under. 1 when found and blitted, 0 when missing, -1 on
+// error.
+int blit_cached(ParticleType_object* pt, const ImageKey& k, const RenderPlan& plan, int blend,
+                Ref& key) {
+  if (SDL_Surface* image = indexed_image(pt, k)) {
+    blit_centred(image, plan, blend);
+    return 1;
+  }
+  key = key_tuple(k);
+  if (!key) return -1;
+  PyObject* cached = PyDict_GetItemWithError(pt->cached_surfaces, key.get());  // borrowed
   if (!cached) return PyErr_Occurred() ? -1 : 0;
   SDL_Surface* image = korvel::compat::surface_of(cached);
   if (!image) return -1;
@@ -94,14 +101,24 @@ int blit_cached(ParticleType_object* pt, const ImageKey& k, PyObject* key, const
   return 1;
 }
 
+// The last steps of a new image: rotated to k's angle, stored under key and
+// blitted. 0 when done or skipped, -1 on error.
+int rotate_store_and_blit(ParticleType_object* pt, const ImageKey& k, PyObject* key,
+                          SDL_Surface* z, const RenderPlan& plan, int blend) {
+  if (k.angle != 0) {
+    z = rotated(z, k.angle);
+    if (!z) return 0;  // guard: a failed rotation skips the particle
+  }
+  if (!cache_image(pt, k, key, z)) return -1;
+  blit_centred(z, plan, blend);
+  return 0;
+}
+
 int render_scaled(ParticleType_object* pt, SDL_Surface* shape, const RenderPlan& plan) {
   const int blend = pt->params.blend;
   const ImageKey k{plan.w, plan.h, plan.tint, plan.alpha, plan.angle, true};
-  if (blit_indexed(pt, k, plan, blend)) return 0;
-  Ref key = Ref::steal(Py_BuildValue("(iikki)", plan.w, plan.h, (unsigned long)plan.tint,
-                                     (unsigned long)plan.alpha, int(plan.angle)));
-  if (!key) return -1;
-  const int hit = blit_cached(pt, k, key.get(), plan, blend);
+  Ref key;
+  const int hit = blit_cached(pt, k, plan, blend, key);
   if (hit != 0) return hit < 0 ? -1 : 0;
   if (PyDict_Size(pt->cached_surfaces) > kCacheLimit) clear_image_cache(pt);
   SDL_Surface* z = zoomSurface(shape, double(plan.w) / shape->w, double(plan.h) / shape->h,
@@ -116,23 +133,14 @@ int render_scaled(ParticleType_object* pt, SDL_Surface* shape, const RenderPlan&
       if (!z) return 0;  // guard: a failed conversion skips the particle
     }
   }
-  if (plan.angle != 0) {
-    z = rotated(z, plan.angle);
-    if (!z) return 0;  // guard: a failed rotation skips the particle
-  }
-  if (!cache_image(pt, k, key.get(), z)) return -1;
-  blit_centred(z, plan, blend);
-  return 0;
+  return rotate_store_and_blit(pt, k, key.get(), z, plan, blend);
 }
 
 int render_translucent(ParticleType_object* pt, SDL_Surface* shape, const RenderPlan& plan) {
   const int blend = pt->params.blend;
   const ImageKey k{plan.w, plan.h, plan.tint, plan.alpha, plan.angle, true};
-  if (blit_indexed(pt, k, plan, blend)) return 0;
-  Ref key = Ref::steal(Py_BuildValue("(iikki)", plan.w, plan.h, (unsigned long)plan.tint,
-                                     (unsigned long)plan.alpha, int(plan.angle)));
-  if (!key) return -1;
-  const int hit = blit_cached(pt, k, key.get(), plan, blend);
+  Ref key;
+  const int hit = blit_cached(pt, k, plan, blend, key);
   if (hit != 0) return hit < 0 ? -1 : 0;
   SDL_Surface* z = korvel::compat::convert_surface(shape, g_screen->format, true);
   if (!z) {
@@ -147,23 +155,14 @@ int render_translucent(ParticleType_object* pt, SDL_Surface* shape, const Render
     pixels::satusub(static_cast<uint8_t*>(z->pixels), std::size_t(z->pitch) * z->h,
                     ~(a | a << 8 | a << 16 | a << 24));
   }
-  if (plan.angle != 0) {
-    z = rotated(z, plan.angle);
-    if (!z) return 0;  // guard: a failed rotation skips the particle
-  }
-  if (!cache_image(pt, k, key.get(), z)) return -1;
-  blit_centred(z, plan, blend);
-  return 0;
+  return rotate_store_and_blit(pt, k, key.get(), z, plan, blend);
 }
 
 int render_tinted(ParticleType_object* pt, SDL_Surface* shape, const RenderPlan& plan) {
   const int blend = pt->params.blend;
   const ImageKey k{plan.w, plan.h, plan.tint, korvel::particles::kOpaque, 0, false};
-  if (blit_indexed(pt, k, plan, blend)) return 0;
-  Ref key = Ref::steal(Py_BuildValue("(iiki)", plan.w, plan.h, (unsigned long)plan.tint,
-                                     int(korvel::particles::kOpaque)));
-  if (!key) return -1;
-  const int hit = blit_cached(pt, k, key.get(), plan, blend);
+  Ref key;
+  const int hit = blit_cached(pt, k, plan, blend, key);
   if (hit != 0) return hit < 0 ? -1 : 0;
   SDL_Surface* t = RGBA_copy(shape);
   if (!t) return 0;  // guard: a failed conversion skips the particle
