@@ -58,23 +58,30 @@ def open_display(args):
     return pygame, screen
 
 
-def main(argv=None):
-    args = parse_args(sys.argv[1:] if argv is None else argv)
+def start(args):
+    """The display, the implementation (korvel or its plain-Python stand-in),
+    the created room and the seconds its scene took to build."""
     pygame, screen = open_display(args)
     # The runtime's own modules first: korvel binds tam6 and tamapi by name when imported.
-    import tam6
-    import tamapi
+    import tam6  # noqa: F401
+    import tamapi  # noqa: F401
     import scene
     if args.pure_python:
         import purekorvel as impl
     else:
         import korvel as impl
-
     t0 = time.perf_counter()
     game, room = scene.build(impl, screen.get_size(), args.seed, views=not args.no_views)
     room.Compile()
     room.Create()
-    build_time = time.perf_counter() - t0
+    return pygame, screen, impl, room, time.perf_counter() - t0
+
+
+def main(argv=None):
+    args = parse_args(sys.argv[1:] if argv is None else argv)
+    pygame, screen, impl, room, build_time = start(args)
+    import tam6
+    import tamapi
 
     events = {pygame.KEYDOWN: room.HandleKeypress, pygame.KEYUP: room.HandleKeyrelease,
               pygame.MOUSEBUTTONDOWN: room.MouseButtonDown, pygame.MOUSEBUTTONUP: room.MouseButtonUp}

@@ -46,8 +46,9 @@ def trace(f, args, kwargs):
         if type(a).__name__ == "TamRoom":
             fields = {n: getattr(a, n, None) for n in dir(a)
                       if n.startswith(("view_", "drawn_", "tiles", "room_"))}
-            print("  room: " + ", ".join(f"{n}={Box(list(v) if type(v).__name__ == 'Floatlist8' else v)!r}"
-                                         for n, v in fields.items()), file=sys.stderr, flush=True)
+            shown = [f"{n}={Box(list(v) if type(v).__name__ == 'Floatlist8' else v)!r}"
+                     for n, v in fields.items()]
+            print("  room: " + ", ".join(shown), file=sys.stderr, flush=True)
 
 
 TRACE = bool(os.environ.get("KORVEL_FUZZ_TRACE"))

@@ -272,6 +272,8 @@ def build_surface(recipe):
 surfaces = weighted((12, surface_specs), (1, large_surface_specs)).map(build_surface)
 small_surfaces = st.tuples(pick(SIZES[:8]), pick(FORMATS), st.booleans(),
                            st.integers(0, 255)).map(build_surface)
+# The display's own surface (a plain one if an example closed the display).
+display_surfaces = st.builds(lambda: pygame.display.get_surface() or pygame.Surface((1, 1)))
 odd_surfaces = pick([
     lambda: pygame.Surface.__new__(pygame.Surface),  # no SDL surface inside
     lambda: SurfaceSub((3, 3), 0, 32),
@@ -328,6 +330,29 @@ class Swapper:
         return self.value
 
 
+class Closer:
+    """A callable or attribute value that closes the display while korvel is
+    in the middle of a call (fresh_example opens it again)."""
+
+    def __init__(self, value):
+        self.value = value
+
+    def __call__(self, *args):
+        pygame.display.quit()
+        return self.value
+
+
+class ClosingProps:
+    """Draw properties whose colour closes the display when it is read."""
+
+    alpha = 1.0
+
+    @property
+    def color(self):
+        pygame.display.quit()
+        return (200, 100, 0)
+
+
 class SwappingProps:
     """Draw properties whose "alpha" replaces the stored screen when read."""
 
@@ -376,7 +401,7 @@ DELETE = object()  # a mutation that removes the attribute
 ROOM_HANDLERS = standins.ROOM_HANDLERS
 LOADERS = ("SpriteData_load_images", "BackgroundData_load_images")
 BAD_CALLABLES = [None, 5, object(), _raise, lambda *a: Raising(), lambda *a: 2**100,
-                 Swapper(None)]
+                 Swapper(None), Closer(None)]
 BAD_GAMES = [None, object(), _game(sprites=None, backgrounds=5, rooms="x", objects=()),
              _game(sprites=LyingSequence(), backgrounds=HugeSequence(), rooms=[None],
                    objects=[None, 1]),
@@ -394,6 +419,7 @@ MUTATIONS = (
     + [("tamapi", "py_self_stack", v) for v in (None, (), ListSub(), "stack", {})]
     + [("tamapi", "py_draw_props", p) for p in
        (None, object(), BrokenProps(), SwappingProps(0.5), SwappingProps(1.0),
+        ClosingProps(),
         _props("x", (1, 2, 3)), _props(NAN, 0), _props(INF, (1, 2, 3)), _props(-1e300, None),
         _props(0.5, Raising()), _props(0.5, (2**70, -1, 3)), _props(1.0, "red"))]
     + [("tamapi", "__color_to_int", v) for v in BAD_CALLABLES + [lambda c: 2**70,

@@ -162,6 +162,8 @@ class Instance(standins.ObjectInstanceBase):
             raise h.Hostile("Draw")
         if self.draw_mode == "swap":
             korvel.set_SDL_screen(pygame.Surface((3, 3), 0, 32))
+        if self.draw_mode == "close":
+            pygame.display.quit()
         if self.draw_mode == "redraw" and self.depth_left > 0:
             self.depth_left -= 1
             attempt(korvel.Room_Draw, self.room, self.surface)
@@ -192,7 +194,7 @@ def instances(draw, room, surface, objects):
     if kind == "other":
         return draw(h.anything())
     cls = {"instance": Instance, "zero": ZeroInstance, "bare": standins.ObjectInstanceBase}[kind]
-    inst = cls(draw_mode=draw(h.pick(["ok", "ok", "ok", "raise", "swap", "redraw"])),
+    inst = cls(draw_mode=draw(h.pick(["ok", "ok", "ok", "raise", "swap", "close", "redraw"])),
                room=room, surface=surface, depth_left=1,
                object_index=draw(h.pick(objects + [None, h.Raising()])),
                x=draw(h.weighted((4, h.fcoords), (1, h.anything()))), y=draw(h.fcoords),

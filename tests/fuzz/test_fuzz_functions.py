@@ -15,7 +15,7 @@ from harness import TRACE, balanced_call
 # Argument kinds: a strategy of values of that kind, hostile edges included.
 KINDS = {
     "any": h.anything(),
-    "surface": h.mostly(h.surfaces),
+    "surface": h.mostly(h.weighted((9, h.surfaces), (1, h.display_surfaces))),
     "small_surface": h.mostly(h.small_surfaces),
     "i": h.mostly(h.int32s),
     "coord": h.mostly(h.coords),

@@ -170,6 +170,9 @@ def store_in_itself(obj, where):
 @given(data=st.data())
 def test_type_survives_hostile_use(name, data):
     h.fresh_example()
+    h.apply_mutations(h.draw(data, st.lists(h.pick(h.MUTATIONS), max_size=2), "runtime"))
+    if h.draw(data, st.integers(0, 2), "hostile registration") == 0:
+        attempt(korvel.RegisterInstancesDict, *h.draw(data, h.registrations, "registered"))
     obj = h.draw(data, TYPES[name], label=name)
     if obj is None:
         return
