@@ -2,6 +2,7 @@ import gc
 import operator
 import sys
 import tracemalloc
+import weakref
 
 import pytest
 from hypothesis import given, settings
@@ -10,20 +11,6 @@ from hypothesis import strategies as st
 import korvel
 
 TamVar = korvel.TamVar
-
-
-class GridModel:
-    """What a variable holds: its extents and the elements stored so far."""
-
-    def __init__(self, value):
-        self.len, self.rows, self.cells = 1, 1, {(0, 0): value}
-
-    def write(self, i, j, value):
-        self.len, self.rows = max(self.len, i + 1), max(self.rows, j + 1)
-        self.cells[i, j] = value
-
-    def element(self, i, j=0):
-        return self.cells.get((i, j), 0)
 
 
 referents = gc.get_referents  # the stored elements, last slot first
@@ -59,15 +46,16 @@ KEYS = st.one_of(st.tuples(st.integers(0, 9)), st.tuples(st.integers(0, 9), st.i
 @settings(max_examples=150, deadline=None)
 @given(st.lists(st.tuples(KEYS, st.integers(1, 99)), max_size=12))
 def test_writes_grow_exactly_and_keep_every_element_in_place(writes):
-    v, model = TamVar(7), GridModel(7)
+    v, cells = TamVar(7), {(0, 0): 7}  # the model: every element written so far
     for key, value in writes:
         v[key if len(key) == 2 else key[0]] = value
-        model.write(key[0], key[1] if len(key) == 2 else 0, value)
-    assert len(v) == model.len * model.rows
-    for i in range(model.len + 2):
-        assert v[i] == model.element(i)
-        for j in range(model.rows + 2):
-            assert v[i, j] == model.element(i, j)
+        cells[(key + (0,))[:2]] = value
+    length, rows = (max(k[n] for k in cells) + 1 for n in (0, 1))
+    assert len(v) == length * rows
+    for i in range(length + 2):
+        assert v[i] == cells.get((i, 0), 0)
+        for j in range(rows + 2):
+            assert v[i, j] == cells.get((i, j), 0)
 
 
 def test_growth_leaves_slots_empty_and_only_a_two_index_read_fills_one():
@@ -187,14 +175,11 @@ def test_unary_operations_give_the_hosts_plain_result(op, a):
     assert outcome(op, TamVar(a)) == outcome(op, a)
 
 
-@pytest.mark.parametrize("op,match", [(operator.floordiv, "unsupported operand"),
-                                      (operator.pow, "unsupported operand"),
-                                      (operator.lshift, "unsupported operand"),
-                                      (operator.rshift, "unsupported operand"),
-                                      (operator.matmul, "unsupported operand"),
-                                      (lambda x, y: ~x, "bad operand"),
-                                      (lambda x, y: operator.index(x), ""),
-                                      (lambda x, y: [1, 2][x], "")])
+@pytest.mark.parametrize("op,match", [
+    *[(op, "unsupported operand") for op in (operator.floordiv, operator.pow, operator.lshift,
+                                             operator.rshift, operator.matmul)],
+    (lambda x, y: ~x, "bad operand"), (lambda x, y: operator.index(x), ""),
+    (lambda x, y: [1, 2][x], "")])
 def test_absent_slots_fail_with_the_operand_type_error(op, match):
     for x, y in wrapped(1, 2)[::2]:
         with pytest.raises(TypeError, match=match):
@@ -312,19 +297,17 @@ def test_reference_counts_of_stored_values_are_unchanged_by_use():
 
 
 def test_cycles_through_a_variable_are_collected():
-    collected = []
-
     class Canary:
-        def __del__(self):
-            collected.append(True)
+        pass
 
-    holder = []
+    holder, canary = [], Canary()
+    gone = weakref.ref(canary)
     v = TamVar(holder)
     holder.append(v)  # variable -> list -> variable
-    v[2, 3] = Canary()
-    del v, holder
+    v[2, 3] = canary
+    del v, holder, canary
     gc.collect()
-    assert collected == [True]
+    assert gone() is None
 
 
 def churn(n):
