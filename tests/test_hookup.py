@@ -29,7 +29,6 @@ def test_register_with_wrong_count_raises_and_keeps_the_stored_objects(runtime, 
 
 def test_register_tolerates_a_runtime_without_handlers():
     tam6, tamapi = standins.modules()
-    saved = dict(vars(tam6)), dict(vars(tamapi))
     try:
         for module in (tam6, tamapi):
             for name in [n for n in vars(module) if not n.startswith("__")]:

@@ -7,7 +7,6 @@ import weakref
 
 import pytest
 
-import korvel
 import standins
 from korvel import InstanceList, TamVar
 
