@@ -17,19 +17,17 @@ std::vector<uint32_t> rewritten(std::vector<uint32_t> words, std::size_t n, int 
 
 }  // namespace
 
+// From 24 bits on, the alpha byte becomes the top byte of (p >> 8) * alpha;
+// every word of the run is rewritten and no more.
 TEST(Opacity, ArgbAlphaComesFromTheWordShiftedDown) {
   const PixelMasks argb{0x00FFFFFF, 0xFF000000};
-  // the alpha byte becomes the top byte of (p >> 8) * alpha
-  for (uint32_t p : {0xFF102030u, 0x80FFFFFFu, 0x00000000u, 0xFFFFFFFFu, 0x7F00FF00u}) {
-    const uint32_t want = (p & 0x00FFFFFF) | (uint32_t(uint64_t(p >> 8) * 128) & 0xFF000000);
-    EXPECT_EQ(rewritten({p}, 1, 32, argb, 128)[0], want) << std::hex << p;
+  const std::vector<uint32_t> words{0xFF102030, 0x80FFFFFF, 0, 0xFFFFFFFF, 0x7F00FF00, 0xFF808080};
+  for (uint32_t a : {0u, 64u, 128u, 255u}) {
+    auto want = words;
+    for (std::size_t i = 0; i + 1 < want.size(); ++i)
+      want[i] = (want[i] & 0x00FFFFFF) | (uint32_t(uint64_t(want[i] >> 8) * a) & 0xFF000000);
+    EXPECT_EQ(rewritten(words, words.size() - 1, 32, argb, a), want) << a;
   }
-  EXPECT_EQ(rewritten({0xFF102030}, 1, 32, argb, 128)[0], 0x7F102030u);
-  EXPECT_EQ(rewritten({0xFF102030}, 1, 32, argb, 0)[0], 0x00102030u);
-  // every word of the run is rewritten and no more
-  EXPECT_EQ(rewritten(std::vector<uint32_t>(9, 0xFF808080), 8, 32, argb, 64),
-            (std::vector<uint32_t>{0x3F808080, 0x3F808080, 0x3F808080, 0x3F808080, 0x3F808080,
-                                   0x3F808080, 0x3F808080, 0x3F808080, 0xFF808080}));
 }
 
 TEST(Opacity, NarrowFormatsScaleTheirAlphaBits) {

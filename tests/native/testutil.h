@@ -1,6 +1,8 @@
 // Helpers shared by the GoogleTest files.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <random>
 #include <vector>
@@ -10,20 +12,39 @@
 
 namespace testutil {
 
-inline std::vector<uint8_t> random_bytes(std::mt19937& rng, std::size_t n) {
-  std::vector<uint8_t> v(n);
-  for (auto& b : v) b = uint8_t(rng());
+using korvel::pixels::Isa;
+using korvel::pixels::Kernels;
+using korvel::pixels::kernels_for;
+
+template <typename T>
+std::vector<T> random_vector(std::mt19937& rng, std::size_t n) {
+  std::vector<T> v(n);
+  for (auto& x : v) x = T(rng());
   return v;
 }
 
 // Restores the kernel table a test pinned.
 struct PinnedIsa {
-  explicit PinnedIsa(korvel::pixels::Isa isa) : saved(korvel::pixels::g_kernels) {
-    korvel::pixels::g_kernels = &korvel::pixels::kernels_for(isa);
+  explicit PinnedIsa(Isa isa) : saved(korvel::pixels::g_kernels) {
+    korvel::pixels::g_kernels = &kernels_for(isa);
   }
   ~PinnedIsa() { korvel::pixels::g_kernels = saved; }
-  const korvel::pixels::Kernels* saved;
+  const Kernels* saved;
 };
+
+// run(kernels, buffer) on a copy of base, for every ISA: each must give
+// `want`, or the scalar reference's bytes when `want` is empty.
+template <typename T, typename Run>
+::testing::AssertionResult every_isa_gives(const std::vector<T>& base, Run run,
+                                           std::vector<T> want = {}) {
+  if (want.empty()) run(kernels_for(Isa::scalar), want = base);
+  for (Isa isa : korvel::pixels::available_isas()) {
+    auto got = base;
+    run(kernels_for(isa), got);
+    if (got != want) return ::testing::AssertionFailure() << kernels_for(isa).name << " differs";
+  }
+  return ::testing::AssertionSuccess();
+}
 
 // A w x h picture of random 32-bit words with `pad` spare words after each
 // row and one guard row above and below, so stray writes show.
