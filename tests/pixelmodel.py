@@ -1,6 +1,11 @@
-"""numpy models of korvel's lane arithmetic, written from the lane rules."""
+"""numpy models of korvel's lane arithmetic, written from the lane rules, and
+the surfaces and particle types the pixel tests draw with."""
 import numpy as np
 import pygame
+
+import korvel
+
+ARGB = (0x00FF0000, 0x0000FF00, 0x000000FF, 0xFF000000)
 
 
 def raw_words(surface):
@@ -20,9 +25,7 @@ def noise(w, h, flags=0, depth=32, seed=1):
     """A surface of random bytes, row padding included."""
     s = pygame.Surface((w, h), flags, depth)
     rng = np.random.default_rng(seed)
-    buf = s.get_buffer()
-    buf.write(rng.integers(0, 256, size=s.get_pitch() * h, dtype=np.uint8).tobytes())
-    del buf
+    write_words(s, rng.integers(0, 256, size=s.get_pitch() * h, dtype=np.uint8).view(np.uint32))
     return s
 
 
@@ -51,25 +54,23 @@ def fill_mix(p, color, alpha):
     return (multalpha(p, 255 - a).astype(np.int64) + multalpha(color, a)).astype(np.uint32)
 
 
-def byte_lanes(w):
-    """The four bytes of each word in memory order (little-endian), as int64."""
-    w = np.asarray(w, dtype=np.int64)
-    return [(w >> (8 * k)) & 0xFF for k in range(4)]
+def _bytes(words):
+    """The four bytes of each word in memory order (little-endian), shape (..., 4)."""
+    return np.ascontiguousarray(words, dtype=np.uint32)[..., None].view(np.uint8).astype(np.int64)
 
 
-def join4(ls):
-    return (ls[0] | (ls[1] << 8) | (ls[2] << 16) | (ls[3] << 24)).astype(np.uint32)
+def _words(b):
+    return np.ascontiguousarray(b, dtype=np.uint8).view(np.uint32)[..., 0]
 
 
 def add_saturate(d, s):
     """Byte-wise saturating sum of two word arrays."""
-    return join4([np.minimum(a + b, 255) for a, b in zip(byte_lanes(d), byte_lanes(s))])
+    return _words(np.minimum(_bytes(d) + _bytes(s), 255))
 
 
 def sub_saturate(w, val):
     """Every byte loses the byte of val in the same position of its word."""
-    return join4([np.maximum(a - ((val >> (8 * k)) & 0xFF), 0)
-                  for k, a in enumerate(byte_lanes(w))])
+    return _words(np.maximum(_bytes(w) - _bytes(val), 0))
 
 
 def tint_words(words, subtractor):
@@ -79,29 +80,26 @@ def tint_words(words, subtractor):
     body = len(flat) // 2 * 2
     flat[:body] = sub_saturate(flat[:body], subtractor)
     if body < len(flat):
-        reversed_val = int.from_bytes(subtractor.to_bytes(4, "little"), "big")
-        flat[body:] = sub_saturate(flat[body:], reversed_val)
+        flat[body:] = sub_saturate(flat[body:], int.from_bytes(subtractor.to_bytes(4, "little"),
+                                                               "big"))
     return flat.reshape(np.shape(words))
 
 
 def tint_subtractor(masks, tint):
     """The complement of a script colour in a format with 8-bit channels, alpha clear."""
     c = (0xFFFFFF - tint) & 0xFFFFFFFF
-    rmask, gmask, bmask, _ = masks
     shift = lambda m: (m & -m).bit_length() - 1
-    return ((c & 0xFF) << shift(rmask)) | (((c >> 8) & 0xFF) << shift(gmask)) | \
-        (((c >> 16) & 0xFF) << shift(bmask))
+    return sum(((c >> (8 * k)) & 0xFF) << shift(m) for k, m in enumerate(masks[:3]))
 
 
 def translucentify(words, masks, a):
     """Alpha scaled by a / 256; alpha in the top byte takes the colour bits along."""
     w = np.asarray(words, dtype=np.uint64)
-    rmask, gmask, bmask, amask = masks
-    colour = w & (rmask | gmask | bmask)
-    if amask >> 24:
-        alpha = (((w >> 8) * a) & 0xFFFFFFFF) & amask
+    colour = w & (masks[0] | masks[1] | masks[2])
+    if masks[3] >> 24:
+        alpha = (((w >> 8) * a) & 0xFFFFFFFF) & masks[3]
     else:
-        alpha = ((((w & amask) * a) & 0xFFFFFFFF) >> 8) & amask
+        alpha = ((((w & masks[3]) * a) & 0xFFFFFFFF) >> 8) & masks[3]
     return (colour | alpha).astype(np.uint32)
 
 
@@ -190,3 +188,61 @@ def layers_model(surface, before, rect, layers, dest, signed=True):
         old = multalpha(before[y, xs:xe], dest).astype(np.int64)
         want[y, xs:xe] = ((old + row) & 0xFFFFFFFF).astype(np.uint32)
     return want
+
+
+def shape(w, h, seed, alpha=0xFF):
+    """An ARGB particle shape of random colours with the given alpha in every pixel."""
+    words = np.random.default_rng(seed).integers(0, 2**24, size=(h, w), dtype=np.uint32)
+    return surface_like(words | np.uint32(alpha << 24))
+
+
+def surface_like(words):
+    """An ARGB surface holding the given (h, w) words."""
+    s = pygame.Surface(words.shape[::-1], pygame.SRCALPHA, 32)
+    write_words(s, words)
+    return s
+
+
+def random_screen(screen, seed, value=None):
+    """Random words (or `value` in every word) on the stored screen, returned."""
+    words = np.random.default_rng(seed).integers(0, 2**32, size=raw_words(screen).shape,
+                                                 dtype=np.uint32)
+    write_words(screen, words if value is None else np.full_like(words, value))
+    return raw_words(screen)
+
+
+def particle_type(surface=None, **settings):
+    """A new type with a shape and any part_type_* settings given as tuples."""
+    t = korvel.part_type_create()
+    if surface is not None:
+        korvel.part_type_shape(t, surface)
+    for name, args in settings.items():
+        getattr(korvel, "part_type_" + name)(t, *args)
+    return t
+
+
+def render(t, x, y, xoff=0, yoff=0):
+    """Births a particle at (x, y), steps it once and draws it; returns its ttl."""
+    return korvel.CParticle_dec_ttl_and_render(korvel.CParticle_new(t, x, y), xoff, yoff)
+
+
+def blitted(screen_words, image, x, y):
+    """SDL's own blit of image (a surface) at (x, y) onto a copy of the screen words."""
+    target = pygame.display.get_surface().copy()
+    write_words(target, screen_words)
+    target.blit(image, (x, y), special_flags=pygame.BLEND_ALPHA_SDL2)
+    return raw_words(target)
+
+
+def additive_model(before, image, rx, ry):
+    """The additive blit's placement: drawn from row 0 when above the top
+    edge, not at all when touching the right edge, cut at the left edge."""
+    out = before.copy()
+    (H, W), (h, w) = before.shape, image.shape
+    cut, top = max(-rx, 0), max(ry, 0)
+    if ry >= H or rx + w >= W or w - cut <= 0:
+        return out
+    rows = min(h, H - top)
+    region = out[top:top + rows, rx + cut:rx + w]
+    out[top:top + rows, rx + cut:rx + w] = add_saturate(region, image[:rows, cut:])
+    return out

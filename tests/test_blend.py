@@ -6,146 +6,116 @@ import pygame
 import pytest
 
 import korvel
-from particlehelp import blitted, particle_type, random_screen, render, shape, surface_like
-from pixelmodel import (add_saturate, age_alpha, age_of, raw_words, sub_saturate,
-                        tint_subtractor, tint_words, translucentify)
+from pixelmodel import (ARGB, additive_model, age_alpha, age_of, age_tint, blitted,
+                        particle_type, random_screen, raw_words, render, shape, sub_saturate,
+                        surface_like, tint_subtractor, tint_words, translucentify)
 
-POS = age_of(29, 30)  # a particle's age on its first drawn frame
-ARGB = (0x00FF0000, 0x0000FF00, 0x000000FF, 0xFF000000)
-
-
-def additive_model(before, image, rx, ry):
-    """The additive blit's placement: drawn from row 0 when above the top
-    edge, not at all when touching the right edge, cut at the left edge."""
-    out = before.copy()
-    H, W = before.shape
-    h, w = image.shape
-    if ry >= H or rx >= W or rx + w >= W:
-        return out
-    top = max(ry, 0)
-    rows = min(h, H - top)
-    cut = max(-rx, 0)
-    if w - cut <= 0:
-        return out
-    region = out[top:top + rows, rx + cut:rx + w]
-    out[top:top + rows, rx + cut:rx + w] = add_saturate(region, image[:rows, cut:])
-    return out
+RED, GREEN, BLUE, WHITE = 0x0000FF, 0x00FF00, 0xFF0000, 0xFFFFFF
 
 
-@pytest.fixture
-def background(request, screen):
-    kind = request.param
-    if kind == "random":
-        return random_screen(screen, seed=5)
-    screen.fill((0, 0, 0) if kind == "black" else (255, 255, 255))
-    if kind == "white":
-        pygame.surfarray.pixels2d(screen)[:] = 0xFFFFFFFF  # every byte
-    return raw_words(screen)
-
-
-@pytest.mark.parametrize("background", ["random", "black", "white"], indirect=True)
-@pytest.mark.parametrize("mode", [1, 128])
-@pytest.mark.parametrize("size", [(5, 3), (8, 8), (1, 1), (13, 7)])
-def test_additive_blit_adds_every_byte(runtime, screen, background, mode, size):
+@pytest.mark.parametrize("size,centre", [
+    ((5, 3), (20, 15)), ((8, 8), (20, 15)), ((1, 1), (20, 15)), ((13, 7), (20, 15)),
+    ((6, 4), (20, -1)),   # above the top edge: drawn from row 0 with all its rows
+    ((6, 4), (20, -30)),  # far above: still row 0
+    ((6, 4), (1, 20)),    # two columns cut at the left edge
+    ((6, 4), (-2, 20)),   # five columns cut
+    ((6, 4), (60, 20)),   # right edge crossed: not drawn
+    ((6, 4), (61, 20)),   # right edge touched: not drawn
+    ((6, 4), (59, 20)), ((6, 4), (3, 0)),
+    ((6, 4), (20, 47)),   # cut at the bottom
+    ((6, 4), (20, 50)),   # below the screen
+    ((4, 100), (10, 20)),  # guard: taller than the screen, stops at the last row
+])
+@pytest.mark.parametrize("mode,fill", [(1, None), (128, 0), (1, 0xFFFFFFFF)],
+                         ids=["random", "black", "white"])
+def test_additive_clipping(runtime, screen, size, centre, mode, fill):
+    before = random_screen(screen, seed=size[1] * 100 + centre[1], value=fill)
     s = shape(*size, seed=size[0], alpha=0x80)
-    render(particle_type(s, blend=(mode,)), 20, 15)
-    w, h = size
-    want = additive_model(background, raw_words(s)[:, :w], 20 - (w >> 1), 15 - (h >> 1))
+    render(particle_type(s, blend=(mode,)), *centre)
+    want = additive_model(before, raw_words(s), centre[0] - size[0] // 2,
+                          centre[1] - size[1] // 2)
     np.testing.assert_array_equal(raw_words(screen), want)
 
 
-PLACEMENTS = [
-    (20, -1),   # above the top edge: drawn from row 0 with all its rows
-    (20, -30),  # far above: still row 0
-    (1, 20),    # two columns cut at the left edge
-    (-2, 20),   # five columns cut
-    (60, 20),   # right edge crossed: not drawn
-    (61, 20),   # right edge touched: not drawn
-    (60 - 1, 20),
-    (20, 47),   # cut at the bottom
-    (20, 50),   # below the screen
-    (3, 0),
-]
-
-
-@pytest.mark.parametrize("cx,cy", PLACEMENTS)
-def test_additive_clipping(runtime, screen, cx, cy):
-    before = random_screen(screen, seed=abs(cx * 100 + cy))
-    s = shape(6, 4, seed=3)
-    render(particle_type(s, blend=(1,)), cx, cy)
-    want = additive_model(before, raw_words(s), cx - 3, cy - 2)
-    np.testing.assert_array_equal(raw_words(screen), want)
-
-
-def test_additive_image_taller_than_the_screen_stops_at_the_last_row(runtime, screen):
-    before = random_screen(screen, seed=8)
-    s = shape(4, 100, seed=4)
-    render(particle_type(s, blend=(1,)), 10, 20)  # placed at y = -30
-    np.testing.assert_array_equal(raw_words(screen), additive_model(before, raw_words(s), 8, -30))
-
-
-def test_unknown_mode_is_reported_and_blitted_normally(runtime, screen, capfd):
+@pytest.mark.parametrize("centre,printed", [((10, 10), "Error: Unexpected additive blend mode 2\n"),
+                                            ((62, 10), ""), ((10, 60), "")])
+def test_unknown_mode_is_reported_and_blitted_normally_unless_off_screen(runtime, screen, capfd,
+                                                                         centre, printed):
     before = random_screen(screen, seed=9)
-    s = shape(4, 4, seed=5, alpha=0xFF)
+    s = shape(4, 4, seed=5)
     capfd.readouterr()
-    render(particle_type(s, blend=(2,)), 10, 10)
-    assert capfd.readouterr().out == "Error: Unexpected additive blend mode 2\n"
-    np.testing.assert_array_equal(raw_words(screen), blitted(before, s, 8, 8))
+    render(particle_type(s, blend=(2,)), *centre)
+    assert capfd.readouterr().out == printed
+    want = blitted(before, s, centre[0] - 2, centre[1] - 2) if printed else before
+    np.testing.assert_array_equal(raw_words(screen), want)
 
 
-@pytest.mark.parametrize("cx,cy", [(62, 10), (10, 60)])
-def test_unknown_mode_off_screen_prints_nothing(runtime, screen, capfd, cx, cy):
-    before = random_screen(screen, seed=10)
-    capfd.readouterr()
-    render(particle_type(shape(4, 4, seed=5), blend=(2,)), cx, cy)
-    assert capfd.readouterr().out == ""
-    np.testing.assert_array_equal(raw_words(screen), before)
-
-
-@pytest.mark.parametrize("alphas", [(0.5, 0.5, 0.5), (0.2, 0.9, 0.0), (1.5, 1.5, 1.5)])
-def test_translucent_additive_image_is_darkened_then_added(runtime, screen, alphas):
-    before = random_screen(screen, seed=11)
-    s = shape(5, 3, seed=6)
-    render(particle_type(s, blend=(1,), alpha3=alphas), 20, 20)
-    a = age_alpha(*alphas, POS)
-    darkened = sub_saturate(raw_words(s.convert(screen)),
-                            ~(a | a << 8 | a << 16 | a << 24) & 0xFFFFFFFF)
-    np.testing.assert_array_equal(raw_words(screen), additive_model(before, darkened, 18, 19))
-
-
-@pytest.mark.parametrize("alpha", [0.5, 0.1, 0.95])
-def test_scaled_additive_image_loses_255_minus_alpha(runtime, screen, alpha):
-    before = random_screen(screen, seed=12)
-    s = shape(3, 2, seed=7)
-    render(particle_type(s, blend=(128,), alpha3=(alpha,) * 3, scale=(2, 1)), 20, 20)
-    a = age_alpha(alpha, alpha, alpha, POS)
-    zoomed = surface_like(np.repeat(raw_words(s), 2, axis=1))
-    darkened = sub_saturate(raw_words(zoomed.convert(screen)), (255 - a) * 0x01010101)
-    np.testing.assert_array_equal(raw_words(screen), additive_model(before, darkened, 17, 19))
-
-
-@pytest.mark.parametrize("alpha", [0.5, 0.0, 0.999, 1.3])
-def test_scaled_translucent_image_scales_its_alpha_byte(runtime, screen, alpha):
-    before = random_screen(screen, seed=13)
+# Opacities set after the particle's birth apply to it at once. Unscaled
+# additive images are darkened by the complement of the opacity in every
+# byte; scaled ones (zoomed by size and scale) lose 255 - alpha when
+# additive or have their alpha byte scaled, and are left alone from 255 on.
+@pytest.mark.parametrize("mode,alphas,zoom,steps", [
+    (1, (0.5, 0.5, 0.5), (1, 1, 1), 1), (1, (0.2, 0.9, 0.0), (1, 1, 1), 1),
+    (1, (1.5, 1.5, 1.5), (1, 1, 1), 1),
+    (1, (1.0, 0.0), (1, 1, 1), 14), (1, (1.0, 0.0), (1, 1, 1), 15),
+    (1, (1.0, 0.0), (1, 1, 1), 16), (1, (1.0, 0.0), (1, 1, 1), 28),
+    (128, (0.5,) * 3, (1, 2, 1), 1), (128, (0.1,) * 3, (1, 2, 1), 1),
+    (128, (0.95,) * 3, (1, 2, 1), 1),
+    (0, (0.5,) * 3, (1, 2, 1), 1), (0, (0.0,) * 3, (1, 2, 1), 1),
+    (0, (0.999,) * 3, (1, 2, 1), 1), (0, (1.3,) * 3, (1, 2, 1), 1),
+    (1, (1.0,) * 3, (2, 1, 1), 1), (1, (1.0,) * 3, (4, 1, 1), 1), (1, (1.0,) * 3, (1, 2, 4), 1),
+])
+def test_faded_and_scaled_images(runtime, screen, mode, alphas, zoom, steps):
     s = shape(3, 2, seed=8, alpha=0xC0)
-    render(particle_type(s, alpha3=(alpha,) * 3, scale=(2, 1)), 20, 20)
-    a = age_alpha(alpha, alpha, alpha, POS)
-    zoomed = np.repeat(raw_words(s), 2, axis=1)
-    faded = translucentify(zoomed, ARGB, a) if a < 255 else zoomed  # above 255: left alone
-    np.testing.assert_array_equal(raw_words(screen), blitted(before, surface_like(faded), 17, 19))
+    size, xscale, yscale = zoom
+    t = particle_type(s, blend=(mode,), scale=(xscale, yscale))
+    p = korvel.CParticle_new_size_color(t, 20, 20, size, WHITE)
+    getattr(korvel, "part_type_alpha%d" % len(alphas))(t, *alphas)
+    for _ in range(steps - 1):
+        korvel.CParticle_step(p)
+    before = random_screen(screen, seed=11)
+    a = age_alpha(*(alphas if len(alphas) == 3 else (alphas[0], sum(alphas) / 2, alphas[1])),
+                  age_of(korvel.CParticle_dec_ttl_and_render(p, 0, 0), 30))
+    image = np.repeat(np.repeat(raw_words(s), size * yscale, axis=0), size * xscale, axis=1)
+    if image.shape == (2, 3):
+        image = sub_saturate(raw_words(surface_like(image).convert(screen)),
+                             ~(a | a << 8 | a << 16 | a << 24) & 0xFFFFFFFF)
+    elif a < 255 and mode:
+        image = sub_saturate(raw_words(surface_like(image).convert(screen)), (255 - a) * 0x01010101)
+    elif a < 255:
+        image = translucentify(image, ARGB, a)
+    x, y = 20 - image.shape[1] // 2, 20 - image.shape[0] // 2
+    want = (additive_model(before, image, x, y) if mode
+            else blitted(before, surface_like(image), x, y))
+    np.testing.assert_array_equal(raw_words(screen), want)
 
 
-@pytest.mark.parametrize("size", [(3, 3), (4, 2), (5, 1)])
-@pytest.mark.parametrize("tint", [0x0000FF, 0x123456, 0x000000])
-def test_tint_lowers_colour_bytes_with_the_crossed_last_pixel(runtime, screen, size, tint):
-    before = random_screen(screen, seed=14)
+# Colours are the particle's own, copied at birth (a type changed later does
+# not reach it). A tinted image is drawn twice on the frame it is made; an
+# untinted one is the shape itself, drawn once.
+@pytest.mark.parametrize("size,colours,steps", [
+    ((4, 3), (RED, GREEN, BLUE), 1), ((4, 3), (RED, GREEN, BLUE), 10),
+    ((4, 3), (RED, GREEN, BLUE), 15), ((4, 3), (RED, GREEN, BLUE), 16),
+    ((4, 3), (RED, GREEN, BLUE), 22), ((4, 3), (RED, GREEN, BLUE), 29),
+    ((3, 3), (RED,) * 3, 1), ((4, 2), (0x123456,) * 3, 1), ((5, 1), (0,) * 3, 1),
+    ((2, 2), (WHITE,) * 3, 1),
+])
+def test_tint_lowers_colour_bytes_with_the_crossed_last_pixel(runtime, screen, size, colours,
+                                                              steps):
     s = shape(*size, seed=9)
-    render(particle_type(s, color3=(tint, tint, tint), blend=(1,)), 20, 20)
+    t = particle_type(s, color3=colours, blend=(1,))
+    p = korvel.CParticle_new(t, 20, 20)
+    korvel.part_type_color3(t, 0x808080, 0x808080, 0x808080)
+    for _ in range(steps - 1):
+        korvel.CParticle_step(p)
+    before = random_screen(screen, seed=14)
+    tint = age_tint(*colours, age_of(korvel.CParticle_dec_ttl_and_render(p, 0, 0), 30))
     tinted = tint_words(raw_words(s), tint_subtractor(ARGB, tint))
-    w, h = size
-    twice = additive_model(additive_model(before, tinted, 20 - (w >> 1), 20 - (h >> 1)),
-                           tinted, 20 - (w >> 1), 20 - (h >> 1))
-    np.testing.assert_array_equal(raw_words(screen), twice)  # made this frame: drawn twice
+    x, y = 20 - size[0] // 2, 20 - size[1] // 2
+    want = additive_model(before, tinted, x, y)
+    if tint != WHITE:
+        want = additive_model(want, tinted, x, y)
+    np.testing.assert_array_equal(raw_words(screen), want)
 
 
 @pytest.mark.parametrize("shape_depth,screen_depth", [(24, 32), (16, 32), (32, 16), (32, 24)])
