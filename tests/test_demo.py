@@ -38,47 +38,34 @@ def rgb(image, x, y):
     return tuple(image.get_at((x, y)))[:3]
 
 
-def hud_strip():
-    """The translucent gold strip over the opaque panel, by the fill's lane rule at alpha 0.5."""
-    word = fill_mix(PANEL[0] << 16 | PANEL[1] << 8 | PANEL[2],
-                    GOLD[0] << 16 | GOLD[1] << 8 | GOLD[2], int(0.5 * 255))
-    return (int(word) >> 16 & 0xFF, int(word) >> 8 & 0xFF, int(word) & 0xFF)
-
-
-def overview_port():
-    room_w, room_h = 3 * W, 2 * H
-    wport = W // 4
-    hport = round(room_h * wport / room_w)
-    return W - wport - 10, H - hport - 10, wport, hport
-
-
 def check_known_regions(image, tolerance):
     assert image.get_size() == (W, H)
     # The view starts clamped to the room's bottom-left corner: screen row H - 8
     # is the earth row of tiles, tile column 0 (tileset tile 1).
     tileset = scene.make_tileset()
     for x in (4, 8, 20):
-        want = tuple(tileset.get_at((scene.TILE + x, scene.TILE - 8)))[:3]
-        np.testing.assert_allclose(rgb(image, x, H - 8), want, atol=0)
+        assert rgb(image, x, H - 8) == tuple(tileset.get_at((scene.TILE + x, scene.TILE - 8)))[:3]
+    # The translucent gold strip over the opaque panel, by the fill's lane rule at alpha 0.5.
+    strip = int(fill_mix(int.from_bytes(bytes(PANEL), "big"), int.from_bytes(bytes(GOLD), "big"),
+                         int(0.5 * 255))).to_bytes(3, "big")
     for x in (40, 200, 275):
-        np.testing.assert_allclose(rgb(image, x, 50), hud_strip(), atol=tolerance)
-    np.testing.assert_allclose(rgb(image, 12, 12), PANEL, atol=0)
-    px, py, pw, ph = overview_port()
+        np.testing.assert_allclose(rgb(image, x, 50), tuple(strip), atol=tolerance)
+    assert rgb(image, 12, 12) == PANEL
+    # The overview's white frame, a quarter of the width, 10 pixels from the corner.
+    pw = W // 4
+    ph = round(2 * H * pw / (3 * W))
+    px, py = W - pw - 10, H - ph - 10
     for x, y in ((px, py + ph // 2), (px + pw - 1, py + ph // 2), (px + pw // 2, py)):
         assert rgb(image, x, y) == (255, 255, 255)
 
 
-def test_headless_korvel_run_draws_the_scene(tmp_path):
-    image, stdout = run_demo(tmp_path, "--headless", "--frames", "2")
-    check_known_regions(image, tolerance=0)
-    assert "korvel: 2 frames" in stdout
-    assert "Room_Draw" in stdout
-
-
-def test_pure_python_run_draws_the_same_scene(tmp_path):
-    image, stdout = run_demo(tmp_path, "--headless", "--frames", "2", "--pure-python")
-    check_known_regions(image, tolerance=2)
-    assert "plain Python: 2 frames" in stdout
+@pytest.mark.parametrize("extra,tolerance,line", [
+    ((), 0, "korvel: 2 frames"), (("--pure-python",), 2, "plain Python: 2 frames")])
+def test_headless_runs_draw_the_scene(tmp_path, extra, tolerance, line):
+    image, stdout = run_demo(tmp_path, "--headless", "--frames", "2", *extra)
+    check_known_regions(image, tolerance)
+    assert line in stdout
+    assert extra or "Room_Draw" in stdout
 
 
 @pytest.mark.skipif(not shutil.which("xvfb-run"), reason="xvfb-run is not installed")

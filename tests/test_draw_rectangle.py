@@ -11,8 +11,6 @@ import korvel
 import standins
 from pixelmodel import fill_mix, raw_words
 
-VIEW_LISTS = ["xview", "yview", "object", "hborder", "vborder", "wview", "hview", "xport",
-              "yport", "wport", "hport"]
 # View 1 shows (10, 5) to (42, 21) of the room in the whole 64 x 48 screen,
 # shifted by its port (4, 2): the view scale is 2 across and 3 down.
 VIEW = dict(xview=10, yview=5, object=-1, hborder=0, vborder=0, wview=32, hview=16,
@@ -34,19 +32,12 @@ class RecordingScreen(pygame.Surface):
         return super().fill(*args)
 
 
-def fl8(*values):
-    fl = korvel.Floatlist8()
-    for i, v in enumerate(values):
-        fl[i] = v
-    return fl
-
-
 def scaled_room():
     """A room with one view, drawn once so that korvel holds its view scale."""
     room = korvel.TamRoom()
-    for name in VIEW_LISTS:
-        setattr(room, "view_" + name, fl8(VIEW[name]))
-    room.view_visible = fl8(1)
+    for name, value in VIEW.items():
+        setattr(room, "view_" + name, standins.fl8(value))
+    room.view_visible = standins.fl8(1)
     room.view_enabled = 1
     room.drawn_objects, room.tiles = [], []
     return room
@@ -54,12 +45,11 @@ def scaled_room():
 
 @pytest.fixture
 def world(runtime, screen):
-    tam6, tamapi = runtime
+    _, tamapi = runtime
     rect = standins.Recorder("rect")
     tamapi.pygame = types.SimpleNamespace(draw=types.SimpleNamespace(rect=rect),
                                           Surface=pygame.Surface)
-    korvel.RegisterInstancesDict({}, standins.ObjectInstanceBase, standins.ObjectInstanceZero,
-                                 standins.ParticleSystem)
+    standins.register()
     room = scaled_room()
     korvel.Room_Draw(room, screen)
     target = RecordingScreen((64, 48), 0, 32)
@@ -76,11 +66,14 @@ def mapped(x, y):
     return rnd((x - 10) * 2) + 4, rnd((y - 5) * 3) + 2
 
 
-def test_opaque_fill_goes_to_the_screens_fill(world):
-    assert korvel.draw_rectangle(10, 5, 20, 15) is None
-    assert world.screen.fills == [((255, 0, 0), (4.0, 2.0, 20.0, 30.0))]
-    assert tuple(world.screen.get_at((23, 31)))[:3] == (255, 0, 0)
-    assert world.rect.calls == []
+@pytest.mark.parametrize("outline", [None, 0.0, 0.49, -0.49, float("nan"), 1.0, 0.5, -0.5, -3.0])
+def test_opaque_rectangles_fill_or_go_to_pygame_draw_rect(world, outline):
+    box = (4.0, 2.0, 20.0, 30.0)  # by the view above
+    assert korvel.draw_rectangle(10, 5, 20, 15, *([] if outline is None else [outline])) is None
+    if outline is not None and abs(outline) >= 0.5:
+        assert (world.rect.calls, world.screen.fills) == ([(world.screen, (255, 0, 0), box, 1)], [])
+    else:
+        assert (world.rect.calls, world.screen.fills) == ([], [((255, 0, 0), box)])
 
 
 @pytest.mark.parametrize("corners", [(12.25, 5.5, 13.75, 6.5), (-2.25, -0.5, 0.0, 0.0)])
@@ -89,19 +82,6 @@ def test_corners_round_half_away_from_zero(world, corners):
     x1, y1 = mapped(*corners[:2])
     x2, y2 = mapped(*corners[2:])
     assert world.screen.fills[0][1] == (x1, y1, x2 - x1, y2 - y1)
-
-
-@pytest.mark.parametrize("outline", [1.0, 0.5, -0.5, -3.0])
-def test_opaque_outline_goes_to_pygame_draw_rect(world, outline):
-    assert korvel.draw_rectangle(10, 5, 20, 15, outline) is None
-    assert world.rect.calls == [(world.screen, (255, 0, 0), (4.0, 2.0, 20.0, 30.0), 1)]
-    assert world.screen.fills == []
-
-
-@pytest.mark.parametrize("outline", [0.0, 0.49, -0.49, float("nan")])
-def test_small_outlines_fill(world, outline):
-    korvel.draw_rectangle(10, 5, 20, 15, outline)
-    assert len(world.screen.fills) == 1 and world.rect.calls == []
 
 
 @pytest.mark.parametrize("alpha,weight", [(0.5, 127), (0.0, 0), (-2.0, 0), (1.5, 382 & 0xFF),
@@ -172,8 +152,7 @@ def test_without_a_stored_screen_it_raises():
         "import standins; standins.modules()",
         "import korvel",
         "tam6, tamapi = standins.reset()",
-        "korvel.RegisterInstancesDict({}, standins.ObjectInstanceBase,"
-        " standins.ObjectInstanceZero, standins.ParticleSystem)",
+        "standins.register()",
         "room = korvel.TamRoom()",
         "for n in ('xview', 'yview', 'xport', 'yport'):",
         "    setattr(room, 'view_' + n, korvel.Floatlist8())",
@@ -205,15 +184,12 @@ class ClosingProps:
 def test_a_closed_display_raises_instead_of_reaching_pygame(runtime, screen, outline, when):
     # pygame's own draw.rect crashes on a Surface whose display was closed
     _, tamapi = runtime
-    korvel.RegisterInstancesDict({}, standins.ObjectInstanceBase, standins.ObjectInstanceZero,
-                                 standins.ParticleSystem)
     tamapi.room = scaled_room()
     if when == "before":
         pygame.display.quit()
     else:
         tamapi.py_draw_props = ClosingProps()
-        korvel.RegisterInstancesDict({}, standins.ObjectInstanceBase,
-                                     standins.ObjectInstanceZero, standins.ParticleSystem)
+        standins.register()
     try:
         with pytest.raises((RuntimeError, pygame.error)):
             korvel.draw_rectangle(10, 5, 20, 15, outline)

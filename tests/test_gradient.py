@@ -50,66 +50,43 @@ RECTS = [
     (-100, -100, 10, 8),  # guard: rows far above still move the gradient on
 ]
 COLOURS = [0x0000FF, 0xFF8040, 0x123456, 0xFFFFFF, 0x000000]
+# The layers of each function, bottom first: g a gradient (top, bottom,
+# opacity), c a constant pixel word (word, opacity).
+LAYOUTS = {"v": "g", "vc": "gc", "vv": "gg", "vcv": "gcg", "vcvvc": "gcggc"}
+FACTORS = {"v": lambda a: ([a & 0xFF], (255 - a) & 0xFF), "vc": factors_vc, "vv": factors_vc,
+           "vcv": factors_vcv, "vcvvc": factors_vcvvc}
+
+
+def function(name):
+    return getattr(korvel, ("fast_draw_gradient_" if name == "v" else "fast_draw_gradients_") + name)
 
 
 def call_and_model(name, surface, rect, rng):
-    """Calls korvel's function with random layers; returns the model's picture."""
+    """Calls korvel's function with random layers; returns the model's layers."""
     pick = lambda: COLOURS[rng.integers(len(COLOURS))] | int(rng.integers(0, 2)) << 24
-    word = lambda: int(rng.integers(0, 2**32))
-    alpha = lambda: float(rng.choice([0.0, 0.25, 0.5, 0.75, 1.0, 0.3, 0.9]))
-    if name == "v":
-        t, b, a = pick(), pick(), int(rng.integers(-300, 600))
-        korvel.fast_draw_gradient_v(surface, *rect, t, b, a)
-        return [(t, b, a & 0xFF)], (255 - a) & 0xFF, True
-    if name in ("vc", "vv"):
-        t1, b1, a1, a2 = pick(), pick(), alpha(), alpha()
-        if name == "vc":
-            c = word()
-            korvel.fast_draw_gradients_vc(surface, *rect, t1, b1, a1, c, a2)
-            second = (c, None)
-        else:
-            t2, b2 = pick(), pick()
-            korvel.fast_draw_gradients_vv(surface, *rect, t1, b1, a1, t2, b2, a2)
-            second = (t2, b2)
-        fs, dest = factors_vc(a1, a2)
-        return [(t1, b1, fs[0]), second + (fs[1],)], dest, False
-    if name == "vcv":
-        t1, b1, c2, t3, b3 = pick(), pick(), word(), pick(), pick()
-        a1, a2, a3 = alpha(), alpha(), alpha()
-        korvel.fast_draw_gradients_vcv(surface, *rect, t1, b1, a1, c2, a2, t3, b3, a3)
-        fs, dest = factors_vcv(a1, a2, a3)
-        return [(t1, b1, fs[0]), (c2, None, fs[1]), (t3, b3, fs[2])], dest, False
-    t1, b1, c2, t3, b3, t4, b4, c5 = pick(), pick(), word(), pick(), pick(), pick(), pick(), word()
-    a = [alpha() for _ in range(5)]
-    korvel.fast_draw_gradients_vcvvc(surface, *rect, t1, b1, a[0], c2, a[1], t3, b3, a[2],
-                                     t4, b4, a[3], c5, a[4])
-    fs, dest = factors_vcvvc(*a)
-    return ([(t1, b1, fs[0]), (c2, None, fs[1]), (t3, b3, fs[2]), (t4, b4, fs[3]),
-             (c5, None, fs[4])], dest, False)
+    layers = [(pick(), pick()) if kind == "g" else (int(rng.integers(0, 2**32)), None)
+              for kind in LAYOUTS[name]]
+    alphas = [int(rng.integers(-300, 600)) if name == "v"
+              else float(rng.choice([0.0, 0.25, 0.5, 0.75, 1.0, 0.3, 0.9])) for _ in layers]
+    args = []
+    for (top, bottom), a in zip(layers, alphas):
+        args += [top, a] if bottom is None else [top, bottom, a]
+    function(name)(surface, *rect, *args)
+    factors, dest = FACTORS[name](*alphas)
+    return [(t, b, f) for (t, b), f in zip(layers, factors)], dest, name == "v"
 
 
-@pytest.mark.parametrize("name", ["v", "vc", "vv", "vcv", "vcvvc"])
+@pytest.mark.parametrize("name", LAYOUTS)
 @pytest.mark.parametrize("flags", [0, pygame.SRCALPHA], ids=["XRGB", "ARGB"])
 @pytest.mark.parametrize("rect", RECTS)
 def test_gradients_match_model(name, flags, rect):
     rng = np.random.default_rng(zlib.crc32(repr((name, flags, rect)).encode()))
     for _ in range(3):
         s = noise(37, 21, flags, seed=int(rng.integers(1000)))
-        before = raw_words(s)
+        before = raw_words(s)  # 37 words a row: no padding
         layers, dest, signed = call_and_model(name, s, rect, rng)
-        after = raw_words(s)
-        want = layers_model(s, before[:, :37], rect, layers, dest, signed)
-        np.testing.assert_array_equal(after[:, :37], want)
-        np.testing.assert_array_equal(after[:, 37:], before[:, 37:])
-
-
-def test_opaque_red_gradient_on_black_scales_255_to_254(screen):
-    s = pygame.Surface((8, 8), 0, 32)
-    korvel.fast_draw_gradient_v(s, 0, 0, 8, 8, 0x0000FF, 0x0000FF, 255)
-    assert s.get_at((3, 3)) == (254, 0, 0, 255)
-    assert raw_words(s)[3, 3] >> 24 == 0  # no alpha byte set
-    assert s.get_at((7, 3)) == (0, 0, 0, 255)  # last column untouched
-    assert s.get_at((3, 7)) == (0, 0, 0, 255)  # last row untouched
+        want = layers_model(s, before, rect, layers, dest, signed)
+        np.testing.assert_array_equal(raw_words(s), want)
 
 
 def test_four_rows_step_by_a_quarter():
@@ -120,18 +97,12 @@ def test_four_rows_step_by_a_quarter():
     assert [s.get_at((0, y)).r for y in range(4)] == reds
 
 
-def test_opaque_gradient_layer_wraps_to_nothing():
-    s = noise(9, 9, seed=4)
-    korvel.fast_draw_gradients_vc(s, 0, 0, 9, 9, 0xFFFFFF, 0xFFFFFF, 1.0, 0x00FFFFFF, 0.0)
-    assert (raw_words(s)[:8, :8] == 0).all()
-
-
 NAMES_AND_ARGS = [
-    ("fast_draw_gradient_v", (0, 0, 4, 4, 1, 2, 255)),
-    ("fast_draw_gradients_vc", (0, 0, 4, 4, 1, 2, 0.5, 3, 0.5)),
-    ("fast_draw_gradients_vv", (0, 0, 4, 4, 1, 2, 0.5, 3, 4, 0.5)),
-    ("fast_draw_gradients_vcv", (0, 0, 4, 4, 1, 2, 0.5, 3, 0.5, 4, 5, 0.5)),
-    ("fast_draw_gradients_vcvvc", (0, 0, 4, 4, 1, 2, .5, 3, .5, 4, 5, .5, 6, 7, .5, 8, .5)),
+    ("v", (0, 0, 4, 4, 1, 2, 255)),
+    ("vc", (0, 0, 4, 4, 1, 2, 0.5, 3, 0.5)),
+    ("vv", (0, 0, 4, 4, 1, 2, 0.5, 3, 4, 0.5)),
+    ("vcv", (0, 0, 4, 4, 1, 2, 0.5, 3, 0.5, 4, 5, 0.5)),
+    ("vcvvc", (0, 0, 4, 4, 1, 2, .5, 3, .5, 4, 5, .5, 6, 7, .5, 8, .5)),
 ]
 
 
@@ -143,7 +114,7 @@ NAMES_AND_ARGS = [
                          ids=["None", "str", "Rect", "too few", "str coordinate"])
 def test_gradients_reject_bad_arguments(name, args, bad):
     with pytest.raises(TypeError):
-        getattr(korvel, name)(*bad(args))
+        function(name)(*bad(args))
 
 
 @pytest.mark.parametrize("name,args", NAMES_AND_ARGS)
@@ -153,6 +124,6 @@ def test_gradients_refuse_other_depths(name, args, depth):
     s.fill((9, 99, 199))
     before = pygame.image.tostring(s, "RGB")
     with pytest.raises(ValueError):
-        getattr(korvel, name)(s, *args)
+        function(name)(s, *args)
     assert pygame.image.tostring(s, "RGB") == before
 
