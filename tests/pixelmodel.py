@@ -1,5 +1,8 @@
 """numpy models of korvel's lane arithmetic, written from the lane rules, and
 the surfaces and particle types the pixel tests draw with."""
+import gc
+import tracemalloc
+
 import numpy as np
 import pygame
 
@@ -246,3 +249,17 @@ def additive_model(before, image, rx, ry):
     region = out[top:top + rows, rx + cut:rx + w]
     out[top:top + rows, rx + cut:rx + w] = add_saturate(region, image[:rows, cut:])
     return out
+
+
+def allocation_growth(churn):
+    """Bytes still allocated after a second run of churn (the first warms caches)."""
+    churn()
+    gc.collect()
+    tracemalloc.start()
+    try:
+        before = tracemalloc.get_traced_memory()[0]
+        churn()
+        gc.collect()
+        return tracemalloc.get_traced_memory()[0] - before
+    finally:
+        tracemalloc.stop()

@@ -1,6 +1,3 @@
-import os
-import subprocess
-import sys
 import types
 
 import numpy as np
@@ -147,25 +144,18 @@ def test_bad_arguments_raise(world, args):
 
 
 def test_without_a_stored_screen_it_raises():
-    code = "\n".join([
-        "import sys; sys.path.insert(0, 'tests')",
-        "import standins; standins.modules()",
+    assert standins.run_fresh("\n".join([
         "import korvel",
         "tam6, tamapi = standins.reset()",
         "standins.register()",
-        "room = korvel.TamRoom()",
+        "tamapi.room = korvel.TamRoom()",
         "for n in ('xview', 'yview', 'xport', 'yport'):",
-        "    setattr(room, 'view_' + n, korvel.Floatlist8())",
-        "tamapi.room = room",
+        "    setattr(tamapi.room, 'view_' + n, korvel.Floatlist8())",
         "for alpha in (1.0, 0.5):",
         "    tamapi.py_draw_props.alpha = alpha",
         "    try: korvel.draw_rectangle(0, 0, 4, 4)",
         "    except RuntimeError: print('RuntimeError')",
-    ])
-    out = subprocess.run([sys.executable, "-c", code], capture_output=True, text=True,
-                         env=dict(os.environ), timeout=60,
-                         cwd=os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
-    assert out.stdout == "RuntimeError\nRuntimeError\n", out.stderr
+    ])) == "RuntimeError\nRuntimeError\n"
 
 
 class ClosingProps:

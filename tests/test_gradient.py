@@ -58,7 +58,7 @@ FACTORS = {"v": lambda a: ([a & 0xFF], (255 - a) & 0xFF), "vc": factors_vc, "vv"
 
 
 def function(name):
-    return getattr(korvel, ("fast_draw_gradient_" if name == "v" else "fast_draw_gradients_") + name)
+    return getattr(korvel, "fast_draw_gradient%s_%s" % ("" if name == "v" else "s", name))
 
 
 def call_and_model(name, surface, rect, rng):
@@ -67,12 +67,14 @@ def call_and_model(name, surface, rect, rng):
     layers = [(pick(), pick()) if kind == "g" else (int(rng.integers(0, 2**32)), None)
               for kind in LAYOUTS[name]]
     alphas = [int(rng.integers(-300, 600)) if name == "v"
-              else float(rng.choice([0.0, 0.25, 0.5, 0.75, 1.0, 0.3, 0.9])) for _ in layers]
+              else float(rng.choice([0.0, 0.25, 0.5, 0.75, 1.0, 0.3, 0.9, np.nan, 1e30, -2.0]))
+              for _ in layers]
     args = []
     for (top, bottom), a in zip(layers, alphas):
         args += [top, a] if bottom is None else [top, bottom, a]
     function(name)(surface, *rect, *args)
-    factors, dest = FACTORS[name](*alphas)
+    with np.errstate(over="ignore", invalid="ignore"):  # wild opacities leave float32's range
+        factors, dest = FACTORS[name](*alphas)
     return [(t, b, f) for (t, b), f in zip(layers, factors)], dest, name == "v"
 
 

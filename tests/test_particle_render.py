@@ -1,19 +1,16 @@
 """Particles drawn onto the stored screen: which way of drawing, position,
 rotation, the per-type cache and the guards. The image kernels themselves
 are checked in test_blend.py."""
-import gc
-import os
-import subprocess
-import sys
 import textwrap
-import tracemalloc
 
 import numpy as np
 import pygame
 import pytest
 
 import korvel
-from pixelmodel import blitted, particle_type, random_screen, raw_words, render, shape
+import standins
+from pixelmodel import (allocation_growth, blitted, particle_type, random_screen, raw_words,
+                        render, shape)
 
 
 # Opaque and untinted: the shape itself, never rotated, at the particle's
@@ -119,28 +116,14 @@ def test_cached_images_are_released(runtime, screen):
             for t in kinds:
                 korvel.CParticle_type_cache_clear(t)
                 render(t, 20, 20)
-    churn()
-    gc.collect()
-    tracemalloc.start()
-    try:
-        before = tracemalloc.get_traced_memory()[0]
-        churn()
-        gc.collect()
-        grown = tracemalloc.get_traced_memory()[0] - before
-    finally:
-        tracemalloc.stop()
-    assert grown < 10_000  # a kept wrapper per image would be 900 Surfaces
+    assert allocation_growth(churn) < 10_000  # a kept wrapper per image would be 900 Surfaces
 
 
-def test_without_a_stored_screen(tmp_path):
-    script = textwrap.dedent("""
-        import sys
-        sys.path.insert(0, %r)
-        import standins
-        standins.modules()
+def test_without_a_stored_screen():
+    out = standins.run_fresh(textwrap.dedent("""
         standins.reset()
         import korvel, pygame
-        korvel.RegisterInstancesDict({}, object, object, object)
+        standins.register()
         s = pygame.Surface((2, 2), pygame.SRCALPHA, 32)
         s.fill((255, 255, 255, 255))
         early = korvel.part_type_create()
@@ -164,9 +147,7 @@ def test_without_a_stored_screen(tmp_path):
             korvel.part_type_shape(late, screen)  # its SDL surface is gone
         except TypeError:
             print("TypeError")
-    """) % os.path.dirname(__file__)
-    out = subprocess.run([sys.executable, "-c", script], capture_output=True, text=True,
-                         env=dict(os.environ, SDL_VIDEODRIVER="dummy"), check=True)
+    """))
     # refused before the step; a type made before the screen keeps 0xFFFFFF00,
     # mixed to 0xFFFF00 it drops red; a dead Surface is no shape
-    assert out.stdout.splitlines() == ["RuntimeError 29", "0xffff 0xffffff", "TypeError"]
+    assert out.splitlines() == ["RuntimeError 29", "0xffff 0xffffff", "TypeError"]

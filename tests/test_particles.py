@@ -2,16 +2,14 @@
 motion, handles and the guards against what is not a handle. Reference
 counts are checked in test_refcounts.py."""
 import datetime
-import gc
 import math
-import tracemalloc
 
 import numpy as np
 import pygame
 import pytest
 
 import korvel
-from pixelmodel import particle_type, raw_words, shape
+from pixelmodel import allocation_growth, particle_type, raw_words, shape
 
 
 def test_beancounter_counts_attached_living_particles():
@@ -46,17 +44,7 @@ def test_records_are_freed_with_their_handles():
                 p = korvel.CParticle_new(t, 1, 2)
                 korvel.CParticle_attach_beancounter(p, b)
                 korvel.CParticle_step(p)
-    churn()  # warm up caches of the allocator and the interpreter
-    gc.collect()
-    tracemalloc.start()
-    try:
-        before = tracemalloc.get_traced_memory()[0]
-        churn()
-        gc.collect()
-        grown = tracemalloc.get_traced_memory()[0] - before
-    finally:
-        tracemalloc.stop()
-    assert grown < 20_000  # a leaked record per particle would be 2000 * ~70 bytes
+    assert allocation_growth(churn) < 20_000  # a leaked record per particle: 2000 * ~70 bytes
 
 
 # Lives are drawn from min up to but excluding max, truncated, for both ways

@@ -1,12 +1,9 @@
-import os
-import subprocess
-import sys
-
 import numpy as np
 import pygame
 import pytest
 
 import korvel
+import standins
 from pixelmodel import fill_mix, gradient_weights, map_script, mix, random_screen, raw_words
 
 RED, BLUE, GREEN = 0x0000FF, 0xFF0000, 0x00FF00
@@ -14,6 +11,9 @@ RED, BLUE, GREEN = 0x0000FF, 0xFF0000, 0x00FF00
 
 @pytest.mark.parametrize("corners,alphaf,outline,line", [
     ((RED, RED, RED, RED), 1.0, 0, "BUG: should actually fill.\n"),
+    ((RED, RED, RED, RED), 4.0, 1, "BUG: should actually fill.\n"),
+    ((RED, RED, BLUE, BLUE), 1.004, 0,  # neither opaque nor translucent
+     "Horizontal gradient, complex gradient, or no gradient. 256/0\n"),
     ((RED, RED, BLUE, BLUE), 0.5, 1, "BUG: need to draw translucent outline vgrad.\n"),
     ((RED, BLUE, BLUE, BLUE), 0.5, 0,
      "Horizontal gradient, complex gradient, or no gradient. 127/0\n"),
@@ -56,18 +56,17 @@ def test_opaque_outline_is_mapped_into_the_screen_format(screen):
     np.testing.assert_array_equal(words[1:11, [0, 10]], np.array([sides, sides]).T)
 
 
-@pytest.mark.parametrize("args", [(0, 0, 1, 1, 0, 0, 0, 0, 0.5), (0, 0, 1, 1, 0, 0, 0, "0", 0.5, 0)])
+@pytest.mark.parametrize("args", [(0, 0, 1, 1, 0, 0, 0, 0, 0.5),
+                                  (0, 0, 1, 1, 0, 0, 0, "0", 0.5, 0)])
 def test_bad_arguments_raise(screen, args):
     with pytest.raises(TypeError):
         korvel.fast_draw_rectangle_color(*args)
 
 
 def test_without_a_stored_screen_it_raises():
-    code = "import korvel\ntry:\n korvel.fast_draw_rectangle_color(0,0,4,4,1,1,2,2,0.5,0)\n" \
-           "except RuntimeError as e:\n print('RuntimeError')"
-    out = subprocess.run([sys.executable, "-c", code], capture_output=True, text=True,
-                         env=dict(os.environ), timeout=60)
-    assert out.stdout == "RuntimeError\n", out.stderr
+    assert standins.run_fresh("import korvel\ntry:\n"
+                              " korvel.fast_draw_rectangle_color(0, 0, 4, 4, 1, 1, 2, 2, 0.5, 0)\n"
+                              "except RuntimeError:\n print('RuntimeError')") == "RuntimeError\n"
 
 
 def test_a_16_bit_screen_is_refused(screen):

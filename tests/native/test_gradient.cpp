@@ -35,29 +35,6 @@ TEST(Gradient, TruncationStepsAndSkips) {
   EXPECT_EQ(gradient_skip(1.0f, float(kInf), int64_t(1) << 40), -float(kInf));
 }
 
-// The wrapping, extreme and non-finite opacities (ordinary ones are checked
-// against a model through the module functions).
-TEST(Gradient, LayerFactors) {
-  struct Case { const char* name; LayerFactors got; std::vector<uint32_t> want; };
-  const Case cases[] = {  // the layers bottom first, then the old pixels
-      {"v 0x1FF keeps the low byte", factors_v(0x1FF), {255, 0}},
-      {"v -1", factors_v(-1), {255, 0}},
-      {"vc opaque gradient wraps", factors_vc(1.0f, 0.0f), {0, 0, 0}},
-      {"vc opaque constant wraps", factors_vc(0.3f, 1.0f), {0, 0, 0}},
-      {"vc nothing: old pixels wrap", factors_vc(0.0f, 0.0f), {0, 0, 0}},
-      {"vcv nothing", factors_vcv(0.0f, 0.0f, 0.0f), {0, 0, 0, 255}},
-      {"vcv halves", factors_vcv(0.5f, 0.5f, 0.5f), {31, 63, 127, 32}},
-      {"vcvvc top wraps", factors_vcvvc(0, 0, 0, 0, 1.0f), {0, 0, 0, 0, 0, 0}},
-      {"vcvvc halves", factors_vcvvc(0.5f, 0.5f, 0.5f, 0.5f, 0.5f), {8, 16, 32, 64, 128, 8}},
-      {"vcvvc wild", factors_vcvvc(NAN, 1e30f, 0, 0, 0), {0, 0, 0, 0, 0, 0}},
-  };
-  for (const Case& c : cases) {
-    std::vector<uint32_t> got(c.got.layer, c.got.layer + c.want.size() - 1);
-    got.push_back(c.got.dest);
-    EXPECT_EQ(got, c.want) << c.name;
-  }
-}
-
 // Every ISA draws the model's bytes, and nothing outside the covered area moves.
 TEST(Gradient, LayersMatchTheModelOnEveryIsa) {
   Format f(SDL_PIXELFORMAT_ARGB8888);

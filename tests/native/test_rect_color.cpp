@@ -38,25 +38,6 @@ const CornerColours kHorizontal{0x102030, 0xF0E0D0, 0x000000, 0x000000};
 
 }  // namespace
 
-TEST(RectColor, DeclinedCasesDrawNothing) {
-  struct Case { CornerColours c; int alpha; bool outline; RectColorOutcome want; };
-  const CornerColours flat{7, 7, 7, 7};
-  const Case cases[] = {
-      {flat, 255, false, RectColorOutcome::should_fill},
-      {flat, 1000, true, RectColorOutcome::should_fill},
-      {kVertical, 127, true, RectColorOutcome::translucent_outline},
-      {kVertical, 256, false, RectColorOutcome::unsupported},  // neither opaque nor translucent
-      {kHorizontal, 127, false, RectColorOutcome::unsupported},
-      {kHorizontal, 255, true, RectColorOutcome::unsupported},
-  };
-  for (const Case& k : cases) {
-    Screen s;
-    const auto before = s.px;
-    EXPECT_EQ(s.draw(2, 3, 9, 8, k.c, k.alpha, k.outline), k.want) << &k - cases;
-    EXPECT_EQ(s.px, before) << &k - cases;
-  }
-}
-
 // Opaque fills and outlines, corners given in either order: each pixel as
 // the gradient's model says, every other word as it was.
 TEST(RectColor, OpaqueGradientsAndOutlines) {
