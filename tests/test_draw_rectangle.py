@@ -63,22 +63,19 @@ def mapped(x, y):
     return rnd((x - 10) * 2) + 4, rnd((y - 5) * 3) + 2
 
 
-@pytest.mark.parametrize("outline", [None, 0.0, 0.49, -0.49, float("nan"), 1.0, 0.5, -0.5, -3.0])
-def test_opaque_rectangles_fill_or_go_to_pygame_draw_rect(world, outline):
-    box = (4.0, 2.0, 20.0, 30.0)  # by the view above
-    assert korvel.draw_rectangle(10, 5, 20, 15, *([] if outline is None else [outline])) is None
+# Opaque: the screen's fill, or pygame.draw.rect from an outline of 0.5 up;
+# corners mapped through the view and rounded half away from zero.
+@pytest.mark.parametrize("corners,outline", [
+    *[((10, 5, 20, 15), o) for o in (None, 0.0, 0.49, -0.49, float("nan"), 1.0, 0.5, -0.5, -3.0)],
+    ((12.25, 5.5, 13.75, 6.5), None), ((-2.25, -0.5, 0.0, 0.0), None)])
+def test_opaque_rectangles_fill_or_go_to_pygame_draw_rect(world, corners, outline):
+    (x1, y1), (x2, y2) = mapped(*corners[:2]), mapped(*corners[2:])
+    box = (x1, y1, x2 - x1, y2 - y1)
+    assert korvel.draw_rectangle(*corners, *([] if outline is None else [outline])) is None
     if outline is not None and abs(outline) >= 0.5:
         assert (world.rect.calls, world.screen.fills) == ([(world.screen, (255, 0, 0), box, 1)], [])
     else:
         assert (world.rect.calls, world.screen.fills) == ([], [((255, 0, 0), box)])
-
-
-@pytest.mark.parametrize("corners", [(12.25, 5.5, 13.75, 6.5), (-2.25, -0.5, 0.0, 0.0)])
-def test_corners_round_half_away_from_zero(world, corners):
-    korvel.draw_rectangle(*corners)
-    x1, y1 = mapped(*corners[:2])
-    x2, y2 = mapped(*corners[2:])
-    assert world.screen.fills[0][1] == (x1, y1, x2 - x1, y2 - y1)
 
 
 @pytest.mark.parametrize("alpha,weight", [(0.5, 127), (0.0, 0), (-2.0, 0), (1.5, 382 & 0xFF),
