@@ -1,6 +1,9 @@
 """Shared timing for the benchmarks: warm up, repeat, keep the best."""
+import json
 import os
 import statistics
+import subprocess
+import sys
 import time
 
 
@@ -27,3 +30,14 @@ def best(fn, reps=50, warmup=5):
 
 def machine():
     return f"{os.cpu_count()} cpus, load {os.getloadavg()[0]:.2f}"
+
+
+def best_run(script, options, runs, figure):
+    """Of runs runs of script in fresh processes (each prints one JSON line
+    last), the result with the lowest figure."""
+    results = []
+    for _ in range(runs):
+        out = subprocess.run([sys.executable, script, *options], check=True, capture_output=True,
+                             text=True).stdout
+        results.append(json.loads(out.strip().splitlines()[-1]))
+    return min(results, key=lambda r: r[figure])

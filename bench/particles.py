@@ -22,11 +22,11 @@ import argparse
 import json
 import os
 import statistics
-import subprocess
 import sys
 import time
 
 from _report import Row, print_rows
+import _timing
 from _timing import machine
 
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
@@ -88,14 +88,9 @@ def warmup(args, workload):
 
 
 def best_run(mode, workload, args):
-    results = []
-    for _ in range(args.runs):
-        out = subprocess.run([sys.executable, __file__, "--mode", mode, "--workload", workload,
-                              "--frames",
-                              str(args.frames), "--warmup", str(warmup(args, workload))],
-                             check=True, capture_output=True, text=True).stdout
-        results.append(json.loads(out.strip().splitlines()[-1]))
-    return min(results, key=lambda r: r["time"])
+    options = ["--mode", mode, "--workload", workload, "--frames", str(args.frames),
+               "--warmup", str(warmup(args, workload))]
+    return _timing.best_run(__file__, options, args.runs, "time")
 
 
 def collect(args):

@@ -17,11 +17,11 @@ import argparse
 import json
 import os
 import statistics
-import subprocess
 import sys
 import time
 
 from _report import Row, print_rows
+import _timing
 from _timing import machine
 
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
@@ -71,14 +71,9 @@ def run(pure, case, frames, warmup, seed):
 
 def best_run(mode, case, args):
     """The run with the lowest median frame, of args.runs runs in fresh processes."""
-    results = []
-    for _ in range(args.runs):
-        out = subprocess.run([sys.executable, __file__, "--mode", mode, "--case", case,
-                              "--frames", str(args.frames), "--warmup", str(args.warmup),
-                              "--seed", str(args.seed)],
-                             check=True, capture_output=True, text=True).stdout
-        results.append(json.loads(out.strip().splitlines()[-1]))
-    return min(results, key=lambda r: r["draw"])
+    options = ["--mode", mode, "--case", case, "--frames", str(args.frames),
+               "--warmup", str(args.warmup), "--seed", str(args.seed)]
+    return _timing.best_run(__file__, options, args.runs, "draw")
 
 
 def collect(args):
