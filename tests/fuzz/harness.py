@@ -87,7 +87,10 @@ def balanced_call(f, args, kwargs=None, keeps=()):
     """attempt(f, *args) and check that every argument not in keeps (by
     position) holds as many references after the call as before, once the
     result is dropped. Returns the outcome's error text or None."""
-    watched = [a for i, a in enumerate(args) if i not in keeps and trackable(a)]
+    kept = [args[i] for i in keeps if i < len(args)]
+    # An object passed again in a kept position may gain references too.
+    watched = [a for i, a in enumerate(args)
+               if i not in keeps and trackable(a) and not any(a is k for k in kept)]
     # A collection in between would free unrelated garbage that holds an argument.
     collecting = gc.isenabled()
     gc.disable()
