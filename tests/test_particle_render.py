@@ -53,7 +53,11 @@ def test_rotation(runtime, screen, size, settings, same, different):
                                              0xFFFFFF), 29),
     (lambda: korvel.CParticle_new(particle_type(shape(4, 4, seed=12), life=(1, 1)), 20, 20), 0),
     (lambda: korvel.CParticle_new(korvel.part_type_create(), 20, 20), 29),
-], ids=["zero size", "dying", "no shape"])
+    (lambda: korvel.CParticle_new(particle_type(pygame.Surface((2, 3), 0, 8), scale=(-2, 1)),
+                                  20, 20), 29),
+    (lambda: korvel.CParticle_new(particle_type(shape(4, 4, seed=13), scale=(5000, 5000)),
+                                  20, 20), 29),
+], ids=["zero size", "dying", "no shape", "8-bit mirrored", "too large"])
 def test_nothing_is_drawn(runtime, screen, make, ttl):
     before = random_screen(screen, seed=11)
     assert korvel.CParticle_dec_ttl_and_render(make(), 0, 0) == ttl

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "flip/transform.h"
 #include "korvel/common.h"
 #include "korvel/compat.h"
 #include "korvel/globals.h"
@@ -120,9 +121,15 @@ int render_scaled(ParticleType_object* pt, SDL_Surface* shape, const RenderPlan&
   Ref key;
   const int hit = blit_cached(pt, k, plan, blend, key);
   if (hit != 0) return hit < 0 ? -1 : 0;
+  const double fx = double(plan.w) / shape->w, fy = double(plan.h) / shape->h;
+  // guard: an image SDL_gfx cannot make safely (an 8-bit shape mirrored by
+  // a negative size or scale, or one too large) skips the particle
+  if (!transform_allowed(shape, 0.0, fx, fy)) {
+    PyErr_Clear();
+    return 0;
+  }
   if (PyDict_Size(pt->cached_surfaces) > kCacheLimit) clear_image_cache(pt);
-  SDL_Surface* z = zoomSurface(shape, double(plan.w) / shape->w, double(plan.h) / shape->h,
-                               SMOOTHING_OFF);
+  SDL_Surface* z = zoomSurface(shape, fx, fy, SMOOTHING_OFF);
   if (!z) return 0;  // guard: a failed conversion skips the particle
   if (plan.tint != korvel::particles::kUntinted) pixels::Tint_Surface(z, plan.tint);
   if (plan.alpha < korvel::particles::kOpaque) {
