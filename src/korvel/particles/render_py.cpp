@@ -121,6 +121,7 @@ int render_scaled(ParticleType_object* pt, SDL_Surface* shape, const RenderPlan&
   Ref key;
   const int hit = blit_cached(pt, k, plan, blend, key);
   if (hit != 0) return hit < 0 ? -1 : 0;
+  if (PyDict_Size(pt->cached_surfaces) > kCacheLimit) clear_image_cache(pt);
   const double fx = double(plan.w) / shape->w, fy = double(plan.h) / shape->h;
   // guard: an image SDL_gfx cannot make safely (an 8-bit shape mirrored by
   // a negative size or scale, or one too large) skips the particle
@@ -128,7 +129,6 @@ int render_scaled(ParticleType_object* pt, SDL_Surface* shape, const RenderPlan&
     PyErr_Clear();
     return 0;
   }
-  if (PyDict_Size(pt->cached_surfaces) > kCacheLimit) clear_image_cache(pt);
   SDL_Surface* z = zoomSurface(shape, fx, fy, SMOOTHING_OFF);
   if (!z) return 0;  // guard: a failed conversion skips the particle
   if (plan.tint != korvel::particles::kUntinted) pixels::Tint_Surface(z, plan.tint);
