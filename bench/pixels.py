@@ -84,28 +84,15 @@ def subtract_row(times, copy, reps):
            "blit BLEND_RGB_SUB": lambda: dst.blit(src, (0, 0), special_flags=pygame.BLEND_RGB_SUB)})
 
 
-def tint_row(times, copy, reps):
+def multiply_row(op, label, colour, times, copy, reps):
+    """The core kernel op against pygame multiplying an opaque surface by colour."""
     dst = pygame.Surface((W, H), pygame.SRCALPHA, 32)
     dst.fill((200, 100, 50, 255))
-    tint = (255, 160, 64, 255)
     src = pygame.Surface((W, H), pygame.SRCALPHA, 32)
-    src.fill(tint)
+    src.fill(colour)
     return blend_flag_row(
-        "Tint_Surface", times, copy, reps, "tint",
-        **{"fill BLEND_RGBA_MULT": lambda: dst.fill(tint, special_flags=pygame.BLEND_RGBA_MULT),
-           "blit BLEND_RGBA_MULT": lambda: dst.blit(src, (0, 0),
-                                                    special_flags=pygame.BLEND_RGBA_MULT)})
-
-
-def alpha_row(times, copy, reps):
-    dst = pygame.Surface((W, H), pygame.SRCALPHA, 32)
-    dst.fill((200, 100, 50, 255))
-    fade = (255, 255, 255, ALPHA)
-    src = pygame.Surface((W, H), pygame.SRCALPHA, 32)
-    src.fill(fade)
-    return blend_flag_row(
-        "Translucentify", times, copy, reps, "alpha fade",
-        **{"fill BLEND_RGBA_MULT": lambda: dst.fill(fade, special_flags=pygame.BLEND_RGBA_MULT),
+        op, times, copy, reps, label,
+        **{"fill BLEND_RGBA_MULT": lambda: dst.fill(colour, special_flags=pygame.BLEND_RGBA_MULT),
            "blit BLEND_RGBA_MULT": lambda: dst.blit(src, (0, 0),
                                                     special_flags=pygame.BLEND_RGBA_MULT)})
 
@@ -174,8 +161,10 @@ def collect(times, reps=200):
     copy, core_copy = python_copy(reps), times["copy"]
     slow = max(reps // 10, 5)  # the blend-flag peers take milliseconds
     rows = [fill_row(korvel, copy, reps), additive_row(korvel, copy, reps),
-            subtract_row(times, core_copy, slow), tint_row(times, core_copy, slow),
-            alpha_row(times, core_copy, slow)]
+            subtract_row(times, core_copy, slow),
+            multiply_row("Tint_Surface", "tint", (255, 160, 64, 255), times, core_copy, slow),
+            multiply_row("Translucentify", "alpha fade", (255, 255, 255, ALPHA), times, core_copy,
+                         slow)]
     return rows + gradient_rows(korvel, copy, reps) + flip_rows(korvel, copy, reps)
 
 
