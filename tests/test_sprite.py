@@ -220,6 +220,35 @@ def test_reduce_of_an_emptied_field_raises_and_keeps_the_cache(kind, field):
     assert getattr(r, kind.object_fields[2]) == {}
 
 
+class OnRelease:
+    """A cache entry whose finaliser changes the sprite that holds it."""
+    def __init__(self, sprite, change):
+        self.sprite, self.change = sprite, change
+
+    def __del__(self):
+        self.change(self.sprite)
+
+
+def rename_and_add_frame(s):
+    s.name = "spr_renamed"
+    s.subimages.append(pygame.Surface((3, 3)))
+
+
+@pytest.mark.parametrize("change,want", [
+    (rename_and_add_frame, ("spr_renamed", 5)),
+    (lambda s: delattr(s, "name"), AttributeError),
+    (lambda s: delattr(s, "subimages"), AttributeError),
+])
+def test_reduce_takes_the_state_after_the_cache_entries_are_released(change, want):
+    s = filled_sprite()
+    s.scalecache["key"] = OnRelease(s, change)
+    if want is AttributeError:
+        with pytest.raises(AttributeError):
+            s.__reduce__()
+    else:
+        assert s.__reduce__()[2][15:] == want
+
+
 class BalanceName:
     """Unpickles to itself, so its count shows every reference a round trip keeps."""
 

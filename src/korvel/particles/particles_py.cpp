@@ -196,11 +196,6 @@ PyObject* wrap_particle(PyObject* type_handle, ParticleType_object* pt, CParticl
   return handle;
 }
 
-// The handle behind a type argument: the TamVar's member or the object itself.
-PyObject* type_handle_of(PyObject* o) {
-  return Py_TYPE(o) == &TamVar_Type ? TamVar_unwrap(o) : o;
-}
-
 }  // namespace
 
 PyObject* CParticle_new(PyObject*, PyObject* args) {
@@ -210,7 +205,7 @@ PyObject* CParticle_new(PyObject*, PyObject* args) {
   ParticleType_object* pt = particle_type_of(pypt);
   if (!pt) return nullptr;
   CParticle* p = nullptr;
-  PyObject* handle = wrap_particle(type_handle_of(pypt), pt, &p);
+  PyObject* handle = wrap_particle(TamVar_unwrap(pypt), pt, &p);
   if (handle) particles::CParticle_born(p->state, pt->params, x, y, drand48);
   return handle;
 }
@@ -223,7 +218,7 @@ PyObject* CParticle_new_size_color(PyObject*, PyObject* args) {
   ParticleType_object* pt = particle_type_of(pypt);
   if (!pt) return nullptr;
   CParticle* p = nullptr;
-  PyObject* handle = wrap_particle(type_handle_of(pypt), pt, &p);
+  PyObject* handle = wrap_particle(TamVar_unwrap(pypt), pt, &p);
   if (handle)
     particles::CParticle_born_size_color(p->state, pt->params, x, y, size, uint32_t(color),
                                          drand48);

@@ -63,16 +63,28 @@ PyObject* TamSprite_str(PyObject* self) {
   return PyUnicode_FromFormat("%zd", x);
 }
 
+// The first field the pickled state needs that is empty, or null.
+const char* missing_state_field(const TamSprite* s) {
+  if (!s->name) return "name";
+  if (!s->subimages) return "subimages";
+  return nullptr;
+}
+
 PyObject* TamSprite_reduce(PyObject* self, PyObject*) {
   TamSprite* s = sprite(self);
   // guard: emptied fields raise as reading them does, instead of pickling null
-  if (!s->name) return korvel::resources::empty_member(self, "name");
-  if (!s->subimages) return korvel::resources::empty_member(self, "subimages");
-  Py_ssize_t count = PySequence_Size(s->subimages);
-  if (count < 0) return nullptr;
+  if (const char* field = missing_state_field(s))
+    return korvel::resources::empty_member(self, field);
   // Pickling throws the scale cache away: the field stays empty until
   // __setstate__ or an assignment sets it again.
   Py_CLEAR(s->scalecache);
+  // guard: the state is read only now, and its fields checked again, since
+  // releasing the cache's entries (or a frame list's length) runs code that
+  // may rename the sprite, add frames or empty a field
+  Py_ssize_t count = s->subimages ? PySequence_Size(Ref::borrow(s->subimages).get()) : 0;
+  if (count < 0) return nullptr;
+  if (const char* field = missing_state_field(s))
+    return korvel::resources::empty_member(self, field);
   return Py_BuildValue("(O()(iiiiiiiiiiiiiiiOi))", reinterpret_cast<PyObject*>(Py_TYPE(self)),
                        s->w, s->h, s->leftbound, s->rightbound, s->topbound, s->bottombound,
                        s->xorigin, s->yorigin, s->transparent, s->precise_collision_checking,
