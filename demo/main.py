@@ -21,10 +21,11 @@ def parse_args(argv):
     parser.add_argument("--headless", action="store_true",
                         help="SDL dummy driver, fixed frame count, screenshot (default without DISPLAY)")
     parser.add_argument("--frames", type=int, default=None,
-                        help="frames to draw (default 120 headless, until quit in a window)")
+                        help="frames to draw (default 120 headless; 0, the default in a window, "
+                             "draws until the window is closed)")
     parser.add_argument("--screenshot", default=None,
                         help="PNG written after the last frame (default build/demo.png headless)")
-    parser.add_argument("--size", default="960x540", help="window size WxH (default %(default)s)")
+    parser.add_argument("--size", default="960x540", help="window size WxH, at least 64x64 (default %(default)s)")
     parser.add_argument("--seed", type=int, default=1,
                         help="scene seed: the same picture for the same seed, but for particles")
     parser.add_argument("--pure-python", action="store_true",
@@ -40,6 +41,11 @@ def parse_args(argv):
         parser.error("--size: at least 64x64")
     if not (os.environ.get("DISPLAY") or os.environ.get("WAYLAND_DISPLAY")):
         args.headless = True
+    if args.frames is not None and args.frames < 0:
+        parser.error(f"--frames wants 0 or more, got {args.frames}")
+    if args.frames == 0 and args.headless:
+        parser.error("--frames 0 draws until the window is closed, and a headless run has no "
+                     "window: give a number of frames")
     if args.frames is None:
         args.frames = 120 if args.headless else 0
     if args.screenshot is None and args.headless:

@@ -77,3 +77,14 @@ def test_window_mode_under_a_virtual_display(tmp_path):
                              wrapper=["xvfb-run", "-a", "-s", "-screen 0 640x480x24", *inner], env=env)
     check_known_regions(image, tolerance=0)
     assert "3 frames" in stdout
+
+
+@pytest.mark.parametrize("args,error", [
+    (("--size", "64x64"), None), (("--size", "320x200", "--pure-python"), None),
+    (("--size", "63x200"), "at least 64x64"), (("--frames", "0"), "give a number of frames")])
+def test_every_size_the_help_allows_runs_and_the_rest_is_refused(tmp_path, args, error):
+    cmd = [sys.executable, os.path.join(ROOT, "demo", "main.py"), "--headless", "--frames", "2",
+           "--screenshot", str(tmp_path / "shot.png"), *args]
+    out = subprocess.run(cmd, env=dict(os.environ, SDL_VIDEODRIVER="dummy"),
+                         capture_output=True, text=True, timeout=120)
+    assert (out.returncode, error and error in out.stderr) == ((2, True) if error else (0, None))

@@ -396,11 +396,13 @@ def _particle_image(pt, w, h, tint, alpha, angle):
         if len(pt.cache) > 100:
             pt.cache.clear()
         image = pygame.transform.scale(pt.shape, (w, h))
+        # korvel tints by subtraction: white becomes the tint, darker pixels
+        # darker still; an additive image is faded the same way.
         if tint != (255, 255, 255):
-            image.fill(tint, special_flags=pygame.BLEND_RGB_MULT)
+            image.fill([255 - c for c in tint], special_flags=pygame.BLEND_RGB_SUB)
         if alpha < 255:
             if pt.blend:
-                image.fill((alpha, alpha, alpha), special_flags=pygame.BLEND_RGB_MULT)
+                image.fill((255 - alpha,) * 3, special_flags=pygame.BLEND_RGB_SUB)
             else:
                 image.fill((255, 255, 255, alpha), special_flags=pygame.BLEND_RGBA_MULT)
         if angle:

@@ -296,6 +296,12 @@ def build(K, screen_size, seed, balls=240, stars=60, gems=24, torches=6, views=T
                                     spin=2.0)
     game.part_sparks = particle_type(K, flare, 1, (0.15, 0.3, 0.0, 0.0), (1.0, 3.5), (0, 360),
                                      (10, 24), (0xFFFFC0, 0xFFA040, 0x802000), (1.0, 0.7, 0.0))
+    # The click burst fades through its colours alone, at full opacity: korvel
+    # tints and fades additive images by subtracting from every channel, which
+    # leaves little of a small, dim image, so these sparks are larger and only
+    # their colour darkens.
+    game.part_burst = particle_type(K, flare, 1, (0.3, 0.5, 0.0, 0.0), (1.0, 3.5), (0, 360),
+                                    (16, 30), (0xFFFFFF, 0x40C0FF, 0x0030A0), (1.0, 1.0, 1.0))
     game.smoke = tamapi.ParticleSystem("smoke", 5)
     game.fire = tamapi.ParticleSystem("fire", 8)
     game.sparks = tamapi.ParticleSystem("sparks", -110)
@@ -344,10 +350,11 @@ def build(K, screen_size, seed, balls=240, stars=60, gems=24, torches=6, views=T
     for col in range(room.room_width // TILE):
         for row, tile_index in ((0, 0), (1, 1)):
             tiles.append((col * TILE, floor + row * TILE, tile_index))
-    for _ in range(10):
-        length = rng.randint(3, 8)
-        x0 = rng.randrange(0, room.room_width // TILE - length) * TILE
-        y0 = rng.randrange(6, floor // TILE - 4) * TILE
+    columns, lowest_row = room.room_width // TILE, floor // TILE - 4
+    for _ in range(10 if lowest_row > 6 else 0):  # floating platforms where the room has space
+        length = min(rng.randint(3, 8), columns - 1)
+        x0 = rng.randrange(0, columns - length) * TILE
+        y0 = rng.randrange(6, lowest_row) * TILE
         kind = rng.choice((2, 3))
         tiles += [(x0 + k * TILE, y0, kind) for k in range(length)]
     room.tiles = []

@@ -330,7 +330,7 @@ def _mouse_to_room(room, pos):
 
 def Room_MouseButtonDown(room, event):
     x, y = _mouse_to_room(room, event.pos)
-    game.sparks.burst(game.part_sparks, x, y, 40)
+    game.sparks.burst(game.part_burst, x, y, 40)
 
 
 def Room_MouseButtonUp(room, event):
