@@ -51,15 +51,33 @@ def test_a_room_is_zeroed_pickles_every_field_in_order_and_restores_from_its_sta
             setattr(room, name, bad)
 
 
-def test_deleting_a_room_releases_every_object_field():
-    value = object()
+class Released:
+    """Records its field's name when the room releases it."""
+    log = []
+
+    def __init__(self, field):
+        self.field = field
+
+    def __del__(self):
+        Released.log.append(self.field)
+
+
+def test_a_room_visits_and_releases_its_object_fields_in_their_orders():
     room = korvel.TamRoom()
-    before = sys.getrefcount(value)
     for name in OBJECT_FIELDS:
-        setattr(room, name, value)
-    assert sys.getrefcount(value) == before + 57
+        setattr(room, name, Released(name))
+    lists = LISTS + ["background_index", "instances", "tiles"] + OBJECT_LISTS
+    cached = ["cached_bg", "cached_bg_scaled"]
+    assert [o.field for o in gc.get_referents(room)] == (
+        ["name", "room_caption", "creation_code"] + lists + cached)
+    Released.log = []
     del room
-    assert sys.getrefcount(value) == before
+    assert Released.log == (
+        ["name", "room_caption", "creation_code"] + [f"bg{i}" for i in range(8)] + lists + cached
+        + [f"background_{n}" for n in ("x", "y", "visible", "xscale", "yscale", "hspeed",
+                                       "vspeed", "blend", "alpha", "htiled", "vtiled", "width",
+                                       "height")]
+        + ["initial_view_data", "view_visible", "creation_code_compiled"])
 
 
 def test_a_room_in_a_reference_cycle_is_collected():

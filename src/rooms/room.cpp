@@ -3,200 +3,162 @@
 #include <Python.h>
 #include <structmember.h>
 
+#include <algorithm>
+#include <array>
 #include <cstddef>
+#include <span>
 
+#include "common/fields.h"
 #include "common/threeway.h"
 #include "korvel/common.h"
 #include "korvel/room.h"
 
 namespace {
 
-#define ROOM_MEMBER(field, kind) {#field, kind, offsetof(TamRoom, field), 0, nullptr}
-#define ROOM_INT(field) ROOM_MEMBER(field, T_INT)
-#define ROOM_OBJECT(field) ROOM_MEMBER(field, T_OBJECT)
+// One row per field, in the order of the attribute table, which is also the
+// order of the pickled state (it differs from the record's on purpose).
+struct RoomField {
+  const char* name;
+  Py_ssize_t offset;
+  int type;              // as an attribute: T_INT, T_FLOAT or T_OBJECT
+  bool visited = false;  // by the collector's traversal, in table order
+  // A reference's place in the release order: a clear releases places 1 to
+  // kClearReleases, and deallocation the rest after it. 0 for numbers.
+  int release = 0;
+};
 
-// The order differs from the record's on purpose: pickled states follow it.
-PyMemberDef TamRoom_members[] = {
-    ROOM_INT(id),
-    ROOM_OBJECT(name),
-    ROOM_INT(room_width),
-    ROOM_INT(room_height),
-    ROOM_INT(snapx),
-    ROOM_INT(snapy),
-    ROOM_INT(isogrid),
-    ROOM_INT(room_speed),
-    ROOM_INT(room_persistent),
-    ROOM_INT(bgcolor),
-    ROOM_INT(draw_bgcolor),
-    ROOM_OBJECT(room_caption),
-    ROOM_OBJECT(creation_code),
-    ROOM_OBJECT(bg0),
-    ROOM_OBJECT(bg1),
-    ROOM_OBJECT(bg2),
-    ROOM_OBJECT(bg3),
-    ROOM_OBJECT(bg4),
-    ROOM_OBJECT(bg5),
-    ROOM_OBJECT(bg6),
-    ROOM_OBJECT(bg7),
-    ROOM_INT(view_enabled),
-    ROOM_INT(numviews),
-    ROOM_OBJECT(view_xview),
-    ROOM_OBJECT(view_yview),
-    ROOM_OBJECT(view_object),
-    ROOM_OBJECT(view_hborder),
-    ROOM_OBJECT(view_vborder),
-    ROOM_OBJECT(view_wview),
-    ROOM_OBJECT(view_hview),
-    ROOM_OBJECT(view_xport),
-    ROOM_OBJECT(view_yport),
-    ROOM_OBJECT(view_wport),
-    ROOM_OBJECT(view_hport),
-    ROOM_OBJECT(background_index),
-    ROOM_OBJECT(instances),
-    ROOM_OBJECT(tiles),
-    ROOM_INT(tile_w),
-    ROOM_INT(tile_h),
-    ROOM_INT(tile_hsep),
-    ROOM_INT(tile_vsep),
-    ROOM_INT(tile_hoffset),
-    ROOM_INT(tile_voffset),
-    ROOM_INT(created),
-    ROOM_OBJECT(all_objects),
-    ROOM_OBJECT(drawn_objects),
-    ROOM_OBJECT(deactivated_objects),
-    ROOM_OBJECT(keypressed_objects),
-    ROOM_OBJECT(keyreleased_objects),
-    ROOM_OBJECT(mouse_leftpressed_objects),
-    ROOM_OBJECT(mouse_rightpressed_objects),
-    ROOM_OBJECT(collisioned_objects),
-    ROOM_OBJECT(stepped_objects),
-    ROOM_OBJECT(moving_objects),
-    ROOM_OBJECT(alarmed_objects),
-    ROOM_OBJECT(animated_objects),
-    ROOM_OBJECT(key_objects),
-    ROOM_OBJECT(mouse_objects),
-    ROOM_OBJECT(cached_bg),
-    ROOM_OBJECT(cached_bg_scaled),
-    ROOM_MEMBER(frame_duration, T_FLOAT),
-    ROOM_OBJECT(creation_code_compiled),
-    ROOM_OBJECT(background_x),
-    ROOM_OBJECT(background_y),
-    ROOM_OBJECT(background_width),
-    ROOM_OBJECT(background_height),
-    ROOM_OBJECT(background_xscale),
-    ROOM_OBJECT(background_yscale),
-    ROOM_OBJECT(background_hspeed),
-    ROOM_OBJECT(background_vspeed),
-    ROOM_OBJECT(background_blend),
-    ROOM_OBJECT(background_alpha),
-    ROOM_OBJECT(background_htiled),
-    ROOM_OBJECT(background_vtiled),
-    ROOM_OBJECT(background_visible),
-    ROOM_OBJECT(view_visible),
-    ROOM_INT(view_current),
-    ROOM_OBJECT(initial_view_data),
-    {nullptr, 0, 0, 0, nullptr}};
+constexpr int kClearReleases = 54;
+constexpr bool kVisited = true;
+constexpr bool kUnvisited = false;
 
-#undef ROOM_OBJECT
-#undef ROOM_INT
-#undef ROOM_MEMBER
+#define FIELD(field) #field, offsetof(TamRoom, field)
+
+constexpr RoomField kRoomFields[] = {
+    {FIELD(id), T_INT},
+    {FIELD(name), T_OBJECT, kVisited, 1},
+    {FIELD(room_width), T_INT},
+    {FIELD(room_height), T_INT},
+    {FIELD(snapx), T_INT},
+    {FIELD(snapy), T_INT},
+    {FIELD(isogrid), T_INT},
+    {FIELD(room_speed), T_INT},
+    {FIELD(room_persistent), T_INT},
+    {FIELD(bgcolor), T_INT},
+    {FIELD(draw_bgcolor), T_INT},
+    {FIELD(room_caption), T_OBJECT, kVisited, 2},
+    {FIELD(creation_code), T_OBJECT, kVisited, 3},
+    {FIELD(bg0), T_OBJECT, kUnvisited, 4},
+    {FIELD(bg1), T_OBJECT, kUnvisited, 5},
+    {FIELD(bg2), T_OBJECT, kUnvisited, 6},
+    {FIELD(bg3), T_OBJECT, kUnvisited, 7},
+    {FIELD(bg4), T_OBJECT, kUnvisited, 8},
+    {FIELD(bg5), T_OBJECT, kUnvisited, 9},
+    {FIELD(bg6), T_OBJECT, kUnvisited, 10},
+    {FIELD(bg7), T_OBJECT, kUnvisited, 11},
+    {FIELD(view_enabled), T_INT},
+    {FIELD(numviews), T_INT},
+    {FIELD(view_xview), T_OBJECT, kVisited, 12},
+    {FIELD(view_yview), T_OBJECT, kVisited, 13},
+    {FIELD(view_object), T_OBJECT, kVisited, 14},
+    {FIELD(view_hborder), T_OBJECT, kVisited, 15},
+    {FIELD(view_vborder), T_OBJECT, kVisited, 16},
+    {FIELD(view_wview), T_OBJECT, kVisited, 17},
+    {FIELD(view_hview), T_OBJECT, kVisited, 18},
+    {FIELD(view_xport), T_OBJECT, kVisited, 19},
+    {FIELD(view_yport), T_OBJECT, kVisited, 20},
+    {FIELD(view_wport), T_OBJECT, kVisited, 21},
+    {FIELD(view_hport), T_OBJECT, kVisited, 22},
+    {FIELD(background_index), T_OBJECT, kVisited, 23},
+    {FIELD(instances), T_OBJECT, kVisited, 24},
+    {FIELD(tiles), T_OBJECT, kVisited, 25},
+    {FIELD(tile_w), T_INT},
+    {FIELD(tile_h), T_INT},
+    {FIELD(tile_hsep), T_INT},
+    {FIELD(tile_vsep), T_INT},
+    {FIELD(tile_hoffset), T_INT},
+    {FIELD(tile_voffset), T_INT},
+    {FIELD(created), T_INT},
+    {FIELD(all_objects), T_OBJECT, kVisited, 26},
+    {FIELD(drawn_objects), T_OBJECT, kVisited, 27},
+    {FIELD(deactivated_objects), T_OBJECT, kVisited, 28},
+    {FIELD(keypressed_objects), T_OBJECT, kVisited, 29},
+    {FIELD(keyreleased_objects), T_OBJECT, kVisited, 30},
+    {FIELD(mouse_leftpressed_objects), T_OBJECT, kVisited, 31},
+    {FIELD(mouse_rightpressed_objects), T_OBJECT, kVisited, 32},
+    {FIELD(collisioned_objects), T_OBJECT, kVisited, 33},
+    {FIELD(stepped_objects), T_OBJECT, kVisited, 34},
+    {FIELD(moving_objects), T_OBJECT, kVisited, 35},
+    {FIELD(alarmed_objects), T_OBJECT, kVisited, 36},
+    {FIELD(animated_objects), T_OBJECT, kVisited, 37},
+    {FIELD(key_objects), T_OBJECT, kVisited, 38},
+    {FIELD(mouse_objects), T_OBJECT, kVisited, 39},
+    {FIELD(cached_bg), T_OBJECT, kVisited, 40},
+    {FIELD(cached_bg_scaled), T_OBJECT, kVisited, 41},
+    {FIELD(frame_duration), T_FLOAT},
+    {FIELD(creation_code_compiled), T_OBJECT, kUnvisited, 57},
+    {FIELD(background_x), T_OBJECT, kUnvisited, 42},
+    {FIELD(background_y), T_OBJECT, kUnvisited, 43},
+    {FIELD(background_width), T_OBJECT, kUnvisited, 53},
+    {FIELD(background_height), T_OBJECT, kUnvisited, 54},
+    {FIELD(background_xscale), T_OBJECT, kUnvisited, 45},
+    {FIELD(background_yscale), T_OBJECT, kUnvisited, 46},
+    {FIELD(background_hspeed), T_OBJECT, kUnvisited, 47},
+    {FIELD(background_vspeed), T_OBJECT, kUnvisited, 48},
+    {FIELD(background_blend), T_OBJECT, kUnvisited, 49},
+    {FIELD(background_alpha), T_OBJECT, kUnvisited, 50},
+    {FIELD(background_htiled), T_OBJECT, kUnvisited, 51},
+    {FIELD(background_vtiled), T_OBJECT, kUnvisited, 52},
+    {FIELD(background_visible), T_OBJECT, kUnvisited, 44},
+    {FIELD(view_visible), T_OBJECT, kUnvisited, 56},
+    {FIELD(view_current), T_INT},
+    {FIELD(initial_view_data), T_OBJECT, kUnvisited, 55},
+};
+
+#undef FIELD
+
+constexpr std::size_t kVisitedCount = std::ranges::count(kRoomFields, true, &RoomField::visited);
+constexpr std::size_t kReleasedCount =
+    std::size(kRoomFields) - std::ranges::count(kRoomFields, 0, &RoomField::release);
+
+// The offsets of the visited fields, in table order.
+constexpr std::array<Py_ssize_t, kVisitedCount> kVisitOrder = [] {
+  std::array<Py_ssize_t, kVisitedCount> offsets{};
+  std::size_t n = 0;
+  for (const RoomField& f : kRoomFields)
+    if (f.visited) offsets[n++] = f.offset;
+  return offsets;
+}();
+
+// The offsets of the references, in release order.
+constexpr std::array<Py_ssize_t, kReleasedCount> kReleaseOrder = [] {
+  std::array<Py_ssize_t, kReleasedCount> offsets{};
+  for (const RoomField& f : kRoomFields)
+    if (f.release) offsets[f.release - 1] = f.offset;
+  return offsets;
+}();
+
+// Every place from 1 to kReleasedCount is taken exactly once.
+static_assert([] {
+  for (int place = 1; place <= int(kReleasedCount); ++place)
+    if (std::ranges::count(kRoomFields, place, &RoomField::release) != 1) return false;
+  return true;
+}());
+
+std::array<PyMemberDef, std::size(kRoomFields) + 1> TamRoom_members = [] {
+  std::array<PyMemberDef, std::size(kRoomFields) + 1> members{};  // the zeroed last one ends it
+  for (std::size_t i = 0; i < std::size(kRoomFields); ++i)
+    members[i] = {kRoomFields[i].name, kRoomFields[i].type, kRoomFields[i].offset, 0, nullptr};
+  return members;
+}();
 
 int TamRoom_traverse(PyObject* o, visitproc visit, void* arg) {
-  TamRoom* r = reinterpret_cast<TamRoom*>(o);
-  Py_VISIT(r->name);
-  Py_VISIT(r->room_caption);
-  Py_VISIT(r->creation_code);
-  Py_VISIT(r->view_xview);
-  Py_VISIT(r->view_yview);
-  Py_VISIT(r->view_object);
-  Py_VISIT(r->view_hborder);
-  Py_VISIT(r->view_vborder);
-  Py_VISIT(r->view_wview);
-  Py_VISIT(r->view_hview);
-  Py_VISIT(r->view_xport);
-  Py_VISIT(r->view_yport);
-  Py_VISIT(r->view_wport);
-  Py_VISIT(r->view_hport);
-  Py_VISIT(r->background_index);
-  Py_VISIT(r->instances);
-  Py_VISIT(r->tiles);
-  Py_VISIT(r->all_objects);
-  Py_VISIT(r->drawn_objects);
-  Py_VISIT(r->deactivated_objects);
-  Py_VISIT(r->keypressed_objects);
-  Py_VISIT(r->keyreleased_objects);
-  Py_VISIT(r->mouse_leftpressed_objects);
-  Py_VISIT(r->mouse_rightpressed_objects);
-  Py_VISIT(r->collisioned_objects);
-  Py_VISIT(r->stepped_objects);
-  Py_VISIT(r->moving_objects);
-  Py_VISIT(r->alarmed_objects);
-  Py_VISIT(r->animated_objects);
-  Py_VISIT(r->key_objects);
-  Py_VISIT(r->mouse_objects);
-  Py_VISIT(r->cached_bg);
-  Py_VISIT(r->cached_bg_scaled);
-  return 0;
+  return korvel::visit_references(o, kVisitOrder, visit, arg);
 }
 
 // initial_view_data, view_visible and creation_code_compiled survive a clear;
 // the deallocation releases them.
 int TamRoom_clear(PyObject* o) {
-  TamRoom* r = reinterpret_cast<TamRoom*>(o);
-  Py_CLEAR(r->name);
-  Py_CLEAR(r->room_caption);
-  Py_CLEAR(r->creation_code);
-  Py_CLEAR(r->bg0);
-  Py_CLEAR(r->bg1);
-  Py_CLEAR(r->bg2);
-  Py_CLEAR(r->bg3);
-  Py_CLEAR(r->bg4);
-  Py_CLEAR(r->bg5);
-  Py_CLEAR(r->bg6);
-  Py_CLEAR(r->bg7);
-  Py_CLEAR(r->view_xview);
-  Py_CLEAR(r->view_yview);
-  Py_CLEAR(r->view_object);
-  Py_CLEAR(r->view_hborder);
-  Py_CLEAR(r->view_vborder);
-  Py_CLEAR(r->view_wview);
-  Py_CLEAR(r->view_hview);
-  Py_CLEAR(r->view_xport);
-  Py_CLEAR(r->view_yport);
-  Py_CLEAR(r->view_wport);
-  Py_CLEAR(r->view_hport);
-  Py_CLEAR(r->background_index);
-  Py_CLEAR(r->instances);
-  Py_CLEAR(r->tiles);
-  Py_CLEAR(r->all_objects);
-  Py_CLEAR(r->drawn_objects);
-  Py_CLEAR(r->deactivated_objects);
-  Py_CLEAR(r->keypressed_objects);
-  Py_CLEAR(r->keyreleased_objects);
-  Py_CLEAR(r->mouse_leftpressed_objects);
-  Py_CLEAR(r->mouse_rightpressed_objects);
-  Py_CLEAR(r->collisioned_objects);
-  Py_CLEAR(r->stepped_objects);
-  Py_CLEAR(r->moving_objects);
-  Py_CLEAR(r->alarmed_objects);
-  Py_CLEAR(r->animated_objects);
-  Py_CLEAR(r->key_objects);
-  Py_CLEAR(r->mouse_objects);
-  Py_CLEAR(r->cached_bg);
-  Py_CLEAR(r->cached_bg_scaled);
-  Py_CLEAR(r->background_x);
-  Py_CLEAR(r->background_y);
-  Py_CLEAR(r->background_visible);
-  Py_CLEAR(r->background_xscale);
-  Py_CLEAR(r->background_yscale);
-  Py_CLEAR(r->background_hspeed);
-  Py_CLEAR(r->background_vspeed);
-  Py_CLEAR(r->background_blend);
-  Py_CLEAR(r->background_alpha);
-  Py_CLEAR(r->background_htiled);
-  Py_CLEAR(r->background_vtiled);
-  Py_CLEAR(r->background_width);
-  Py_CLEAR(r->background_height);
+  korvel::clear_references(o, std::span(kReleaseOrder).first(kClearReleases));
   return 0;
 }
 
@@ -204,11 +166,8 @@ void TamRoom_dealloc(PyObject* o) {
   // guard: untracked first, so that no collection can visit a half-cleared room
   PyObject_GC_UnTrack(o);
   TamRoom_clear(o);
-  TamRoom* r = reinterpret_cast<TamRoom*>(o);
   // guard: the three fields a clear keeps would otherwise leak with every room
-  Py_CLEAR(r->initial_view_data);
-  Py_CLEAR(r->view_visible);
-  Py_CLEAR(r->creation_code_compiled);
+  korvel::clear_references(o, std::span(kReleaseOrder).subspan(kClearReleases));
   Py_TYPE(o)->tp_free(o);
 }
 
@@ -240,7 +199,7 @@ PyTypeObject TamRoom_Type = {
     .tp_clear = TamRoom_clear,
     .tp_richcompare = TamRoom_richcompare,
     .tp_methods = TamRoom_methods,
-    .tp_members = TamRoom_members,
+    .tp_members = TamRoom_members.data(),
     // A zeroed room (ints 0, references empty), for the unpickler and the runtime.
     .tp_new = PyType_GenericNew,
     .tp_free = PyObject_GC_Del,

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 
+#include "common/fields.h"
 #include "common/threeway.h"
 #include "korvel/common.h"
 #include "korvel/globals.h"
@@ -28,17 +29,19 @@ PyObject* BackgroundData_new(PyTypeObject* type, PyObject*, PyObject*) {
   return self.release();
 }
 
-int BackgroundData_traverse(PyObject* bgo, visitproc visit, void* arg) {
-  Py_VISIT(background(bgo)->name);
-  Py_VISIT(background(bgo)->surf);
-  Py_VISIT(background(bgo)->scaled_data_cache);
-  return 0;
+// The references, in the order traversal and clearing take them.
+constexpr Py_ssize_t kReferences[] = {
+    offsetof(BackgroundData, name),
+    offsetof(BackgroundData, surf),
+    offsetof(BackgroundData, scaled_data_cache),
+};
+
+int BackgroundData_traverse(PyObject* o, visitproc visit, void* arg) {
+  return korvel::visit_references(o, kReferences, visit, arg);
 }
 
-int BackgroundData_clear(PyObject* bgo) {
-  Py_CLEAR(background(bgo)->name);
-  Py_CLEAR(background(bgo)->surf);
-  Py_CLEAR(background(bgo)->scaled_data_cache);
+int BackgroundData_clear(PyObject* o) {
+  korvel::clear_references(o, kReferences);
   return 0;
 }
 

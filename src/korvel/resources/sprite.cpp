@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <iterator>
 
+#include "common/fields.h"
 #include "korvel/common.h"
 #include "korvel/compat.h"
 #include "korvel/globals.h"
@@ -31,17 +32,19 @@ PyObject* TamSprite_new(PyTypeObject* type, PyObject*, PyObject*) {
   return self.release();
 }
 
+// The references, in the order traversal and clearing take them.
+constexpr Py_ssize_t kReferences[] = {
+    offsetof(TamSprite, name),
+    offsetof(TamSprite, subimages),
+    offsetof(TamSprite, scalecache),
+};
+
 int TamSprite_traverse(PyObject* o, visitproc visit, void* arg) {
-  Py_VISIT(sprite(o)->name);
-  Py_VISIT(sprite(o)->subimages);
-  Py_VISIT(sprite(o)->scalecache);
-  return 0;
+  return korvel::visit_references(o, kReferences, visit, arg);
 }
 
 int TamSprite_clear(PyObject* o) {
-  Py_CLEAR(sprite(o)->name);
-  Py_CLEAR(sprite(o)->subimages);
-  Py_CLEAR(sprite(o)->scalecache);
+  korvel::clear_references(o, kReferences);
   return 0;
 }
 
