@@ -158,7 +158,7 @@ def collect(times, reps=200):
     tamapi.pygame = pygame
     import korvel
     korvel.RegisterInstancesDict({}, object, object, object)
-    copy, core_copy = python_copy(reps), times["copy"]
+    copy, core_copy = python_copy(reps), times[f"copy/{_kernels.SCREEN}"]
     slow = max(reps // 10, 5)  # the blend-flag peers take milliseconds
     rows = [fill_row(korvel, copy, reps), additive_row(korvel, copy, reps),
             subtract_row(times, core_copy, slow),

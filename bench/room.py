@@ -82,14 +82,16 @@ def collect(args):
         k, p = best_run("korvel", case, args), best_run("pure", case, args)
         drawn = (f" (about {k['particles']} particles drawn by the particle systems)"
                  if case != "idle handlers" else "")
-        note = (f"{k['objects']} drawn objects{drawn}; "
-                f"{k['draw'] / k['objects'] * 1e9:,.0f} ns per drawn object "
+        per_object = k["draw"] / k["objects"]
+        walk = "korvel's walk: " if case == "idle handlers" else ""
+        note = (f"{k['objects']} drawn objects{drawn}; {walk}"
+                f"{per_object * 1e9:,.0f} ns per drawn object "
                 f"with korvel, {p['draw'] / p['objects'] * 1e9:,.0f} ns in plain Python; "
                 f"median of {args.frames} frames after {args.warmup} warm-up, best of "
                 f"{args.runs} runs")
         rows.append(Row(f"Room_Draw, demo scene, {case}", k["draw"], "module call, whole frame",
-                        p["draw"], "the demo's --pure-python Room_Draw", speedup_min=5.0,
-                        note=note))
+                        p["draw"], "the demo's --pure-python Room_Draw", note=note,
+                        extra={"per_object": per_object} if walk else {}))
     return rows
 
 
