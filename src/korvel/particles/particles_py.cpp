@@ -15,121 +15,97 @@ namespace particles = korvel::particles;
 
 PyObject* part_type_create(PyObject*, PyObject*) { return new_particle_type_handle(); }
 
-PyObject* part_type_size(PyObject*, PyObject* args) {
+namespace {
+
+using particles::TypeParams;
+
+// A setter's work: parse the particle type and up to five numbers with
+// format, resolve the type, then let set store the numbers in its params.
+template <typename Number>
+PyObject* set_params(PyObject* args, const char* format,
+                     void (*set)(TypeParams&, const Number*)) {
   PyObject* pypt;
-  float min, max, incr, wiggle;
-  if (!PyArg_ParseTuple(args, "Offff", &pypt, &min, &max, &incr, &wiggle)) return nullptr;
+  Number v[5] = {};
+  if (!PyArg_ParseTuple(args, format, &pypt, &v[0], &v[1], &v[2], &v[3], &v[4])) return nullptr;
+  // guard: every setter resolves the handle before it writes
   ParticleType_object* pt = particle_type_of(pypt);
   if (!pt) return nullptr;
-  particles::set_size(pt->params, min, max, incr, wiggle);
+  set(pt->params, v);
   Py_RETURN_NONE;
+}
+
+}  // namespace
+
+PyObject* part_type_size(PyObject*, PyObject* args) {
+  return set_params<float>(args, "Offff", [](TypeParams& p, const float* v) {
+    particles::set_size(p, v[0], v[1], v[2], v[3]);
+  });
 }
 
 PyObject* part_type_speed(PyObject*, PyObject* args) {
-  PyObject* pypt;
-  float min, max, incr, wiggle;
-  if (!PyArg_ParseTuple(args, "Offff", &pypt, &min, &max, &incr, &wiggle)) return nullptr;
-  ParticleType_object* pt = particle_type_of(pypt);  // guard: checked like the other setters
-  if (!pt) return nullptr;
-  particles::set_speed(pt->params, min, max, incr, wiggle);
-  Py_RETURN_NONE;
+  return set_params<float>(args, "Offff", [](TypeParams& p, const float* v) {
+    particles::set_speed(p, v[0], v[1], v[2], v[3]);
+  });
 }
 
 PyObject* part_type_direction(PyObject*, PyObject* args) {
-  PyObject* pypt;
-  float min, max, incr, wiggle;
-  if (!PyArg_ParseTuple(args, "Offff", &pypt, &min, &max, &incr, &wiggle)) return nullptr;
-  ParticleType_object* pt = particle_type_of(pypt);
-  if (!pt) return nullptr;
-  particles::set_direction(pt->params, min, max, incr, wiggle);
-  Py_RETURN_NONE;
+  return set_params<float>(args, "Offff", [](TypeParams& p, const float* v) {
+    particles::set_direction(p, v[0], v[1], v[2], v[3]);
+  });
 }
 
 PyObject* part_type_orientation(PyObject*, PyObject* args) {
-  PyObject* pypt;
-  float min, max, incr, wiggle, relativef;
-  if (!PyArg_ParseTuple(args, "Offfff", &pypt, &min, &max, &incr, &wiggle, &relativef))
-    return nullptr;
-  ParticleType_object* pt = particle_type_of(pypt);
-  if (!pt) return nullptr;
-  particles::set_orientation(pt->params, min, max, incr, wiggle, relativef);
-  Py_RETURN_NONE;
+  return set_params<float>(args, "Offfff", [](TypeParams& p, const float* v) {
+    particles::set_orientation(p, v[0], v[1], v[2], v[3], v[4]);
+  });
 }
 
 PyObject* part_type_life(PyObject*, PyObject* args) {
-  PyObject* pypt;
-  float minf, maxf;
-  if (!PyArg_ParseTuple(args, "Off", &pypt, &minf, &maxf)) return nullptr;
-  ParticleType_object* pt = particle_type_of(pypt);
-  if (!pt) return nullptr;
-  particles::set_life(pt->params, minf, maxf);
-  Py_RETURN_NONE;
+  return set_params<float>(args, "Off", [](TypeParams& p, const float* v) {
+    particles::set_life(p, v[0], v[1]);
+  });
 }
 
 PyObject* part_type_gravity(PyObject*, PyObject* args) {
-  PyObject* pypt;
-  float amt, dir;
-  if (!PyArg_ParseTuple(args, "Off", &pypt, &amt, &dir)) return nullptr;
-  ParticleType_object* pt = particle_type_of(pypt);
-  if (!pt) return nullptr;
-  pt->params.grav_amount = amt;
-  pt->params.grav_dir = dir;
-  Py_RETURN_NONE;
+  return set_params<float>(args, "Off", [](TypeParams& p, const float* v) {
+    p.grav_amount = v[0];
+    p.grav_dir = v[1];
+  });
 }
 
 PyObject* part_type_scale(PyObject*, PyObject* args) {
-  PyObject* pypt;
-  float xscale, yscale;
-  if (!PyArg_ParseTuple(args, "Off", &pypt, &xscale, &yscale)) return nullptr;
-  ParticleType_object* pt = particle_type_of(pypt);
-  if (!pt) return nullptr;
-  pt->params.size_xscale = xscale;
-  pt->params.size_yscale = yscale;
-  Py_RETURN_NONE;
+  return set_params<float>(args, "Off", [](TypeParams& p, const float* v) {
+    p.size_xscale = v[0];
+    p.size_yscale = v[1];
+  });
 }
 
 PyObject* part_type_alpha2(PyObject*, PyObject* args) {
-  PyObject* pypt;
-  float start, end;
-  if (!PyArg_ParseTuple(args, "Off", &pypt, &start, &end)) return nullptr;
-  ParticleType_object* pt = particle_type_of(pypt);
-  if (!pt) return nullptr;
-  particles::set_alpha2(pt->params, start, end);
-  Py_RETURN_NONE;
+  return set_params<float>(args, "Off", [](TypeParams& p, const float* v) {
+    particles::set_alpha2(p, v[0], v[1]);
+  });
 }
 
 PyObject* part_type_alpha3(PyObject*, PyObject* args) {
-  PyObject* pypt;
-  float start, half, end;
-  if (!PyArg_ParseTuple(args, "Offf", &pypt, &start, &half, &end)) return nullptr;
-  ParticleType_object* pt = particle_type_of(pypt);
-  if (!pt) return nullptr;
-  pt->params.startalpha = start;
-  pt->params.halfalpha = half;
-  pt->params.endalpha = end;
-  Py_RETURN_NONE;
+  return set_params<float>(args, "Offf", [](TypeParams& p, const float* v) {
+    p.startalpha = v[0];
+    p.halfalpha = v[1];
+    p.endalpha = v[2];
+  });
 }
 
 PyObject* part_type_color3(PyObject*, PyObject* args) {
-  PyObject* pypt;
-  int start, half, end;
-  if (!PyArg_ParseTuple(args, "Oiii", &pypt, &start, &half, &end)) return nullptr;
-  ParticleType_object* pt = particle_type_of(pypt);
-  if (!pt) return nullptr;
-  pt->params.startcolor = uint32_t(start);
-  pt->params.halfcolor = uint32_t(half);
-  pt->params.endcolor = uint32_t(end);
-  Py_RETURN_NONE;
+  return set_params<int>(args, "Oiii", [](TypeParams& p, const int* v) {
+    p.startcolor = uint32_t(v[0]);
+    p.halfcolor = uint32_t(v[1]);
+    p.endcolor = uint32_t(v[2]);
+  });
 }
 
 PyObject* part_type_blend(PyObject*, PyObject* args) {
-  PyObject* pypt;
-  float blendf;
-  if (!PyArg_ParseTuple(args, "Of", &pypt, &blendf)) return nullptr;
-  ParticleType_object* pt = particle_type_of(pypt);
-  if (!pt) return nullptr;
-  particles::set_blend(pt->params, blendf);
-  Py_RETURN_NONE;
+  return set_params<float>(args, "Of", [](TypeParams& p, const float* v) {
+    particles::set_blend(p, v[0]);
+  });
 }
 
 PyObject* part_type_shape(PyObject*, PyObject* args) {
