@@ -29,7 +29,7 @@ void fill_run_sse2(uint32_t* p, std::size_t n, uint32_t fg, uint32_t na) {
     __m128i* q = reinterpret_cast<__m128i*>(p + i);
     _mm_storeu_si128(q, fill4(_mm_loadu_si128(q), na_hi, fgv));
   }
-  fill_run_scalar(p + i, n - i, fg, na);
+  if (i < n) fill_run_scalar(p + i, n - i, fg, na);
 }
 
 }  // namespace korvel::pixels

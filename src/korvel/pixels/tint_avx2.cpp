@@ -15,7 +15,7 @@ void tint_avx2(uint8_t* d, std::size_t n, uint32_t subtractor) {
     __m256i* q = reinterpret_cast<__m256i*>(d + i);
     _mm256_storeu_si256(q, _mm256_subs_epu8(_mm256_loadu_si256(q), v));
   }
-  tint_scalar(d + i, n - i, subtractor);
+  if (i < n) tint_scalar(d + i, n - i, subtractor);
 }
 
 }  // namespace korvel::pixels

@@ -15,7 +15,7 @@ void tint_sse2(uint8_t* d, std::size_t n, uint32_t subtractor) {
     __m128i* q = reinterpret_cast<__m128i*>(d + i);
     _mm_storeu_si128(q, _mm_subs_epu8(_mm_loadu_si128(q), v));
   }
-  tint_scalar(d + i, n - i, subtractor);
+  if (i < n) tint_scalar(d + i, n - i, subtractor);
 }
 
 }  // namespace korvel::pixels
