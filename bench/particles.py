@@ -32,6 +32,7 @@ import time
 import types
 
 from _report import Row, print_rows
+import _cache
 import _timing
 from _timing import machine
 
@@ -103,6 +104,8 @@ def run(pure, workload, frames, warmup):
         systems = [(game.fire, game.part_fire), (game.smoke, game.part_smoke)]
     times, live = [], []
     for frame in range(warmup + frames):
+        if frame == warmup and not pure:
+            before = [_cache.counts(impl, ptype) for _, ptype in systems]
         screen.fill((30, 40, 60))
         top_up(systems, workload, frame)
         live.append(sum(len(ps.particles) for ps, _ in systems))
@@ -111,6 +114,8 @@ def run(pure, workload, frames, warmup):
             times.append(t)
     result = {"time": statistics.median(times), "live": min(live)}
     if not pure:
+        result["cache"] = [f"{ps.name}: " + _cache.describe(b, _cache.counts(impl, ptype))
+                           for (ps, ptype), b in zip(systems, before)]
         top_up(systems, workload, warmup + frames)
         result["noop"], result["noop_live"] = noop_frames(tamapi, systems, frames)
     return result
@@ -138,7 +143,8 @@ def collect(args):
         note = (f"{k['live']:,} live particles; {k['time'] / k['live'] * 1e9:,.0f} ns per "
                 f"particle with korvel, of which korvel's share {share(k) * 1e9:,.0f} ns (the "
                 f"loop calling a native no-op: {k['noop'] / k['noop_live'] * 1e9:,.0f} ns); "
-                f"{p['time'] / p['live'] * 1e9:,.0f} ns in plain Python; "
+                f"{p['time'] / p['live'] * 1e9:,.0f} ns in plain Python; image cache over the "
+                f"timed frames: {'; '.join(k['cache'])}; "
                 f"median of {args.frames} frames after {warmup(args, workload)} warm-up, best of "
                 f"{args.runs} runs")
         rows.append(Row(f"10,000 particles, {workload}", k["time"], "module calls, whole frame",

@@ -1,6 +1,7 @@
 """Particles drawn onto the stored screen: which way of drawing, position,
 rotation, the per-type cache and the guards. The image kernels themselves
 are checked in test_blend.py."""
+import ctypes
 import textwrap
 
 import numpy as np
@@ -108,6 +109,10 @@ def test_scaled_cache_is_emptied_after_a_hundred_entries(runtime, screen):
     assert centre_pixel(2) == 0xFF0000  # a hit: the former shape
     assert centre_pixel(103) == 0x00FF00  # a miss empties the full cache first
     assert centre_pixel(2) == 0x00FF00
+    # the counts bench/ reads through the module's C entry: hits, misses, emptyings
+    entry = ctypes.PyDLL(korvel.__file__).korvel_image_cache_counts
+    counts = (ctypes.c_uint64 * 3)()
+    assert entry(ctypes.py_object(t), counts) == 0 and tuple(counts) == (1, 103, 1)
 
 
 def test_cached_images_are_released(runtime, screen):

@@ -10,12 +10,21 @@
 
 struct SDL_Surface;
 
+// How a type's image cache has served the particles drawn. Only bench/
+// reads them (korvel_image_cache_counts); the module's API does not show them.
+struct ImageCacheCounts {
+  uint64_t hits;       // an image found, in the index or the dictionary
+  uint64_t misses;     // an image to be made
+  uint64_t emptyings;  // the cache emptied wholesale
+};
+
 struct ParticleType_object {
   PyObject* shape;             // owned: a pygame Surface or a sprite object, or null
   SDL_Surface* shapesurf;      // borrowed from shape (set by part_type_shape only)
   korvel::particles::TypeParams params;  // blend .. orientation_relative
   PyObject* cached_surfaces;   // owned dict: int tuple -> prerendered pygame Surface
   korvel::particles::ImageIndex* image_index;  // owned, may be null: cached_surfaces' keys
+  ImageCacheCounts cache_counts;
 };
 
 struct Beancounter {
@@ -48,6 +57,10 @@ SDL_Surface* indexed_image(const ParticleType_object* pt, const korvel::particle
 void index_image(ParticleType_object* pt, const korvel::particles::ImageKey& k, SDL_Surface* image);
 // Empties cached_surfaces and its index.
 void clear_image_cache(ParticleType_object* pt);
+// For bench/ through ctypes: the cache counts of a particle type handle (or
+// a TamVar holding one) as hits, misses and emptyings. 0, or -1 with TypeError.
+extern "C" __attribute__((visibility("default"))) int korvel_image_cache_counts(
+    PyObject* type, uint64_t counts[3]);
 
 // The record behind a particle-type handle, or behind a TamVar whose first
 // member is one. Null with TypeError otherwise ("Returning NULL!" is printed

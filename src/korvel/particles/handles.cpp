@@ -52,8 +52,18 @@ void index_image(ParticleType_object* pt, const korvel::particles::ImageKey& k, 
 }
 
 void clear_image_cache(ParticleType_object* pt) {
+  ++pt->cache_counts.emptyings;
   if (pt->image_index) pt->image_index->clear();
   PyDict_Clear(pt->cached_surfaces);
+}
+
+int korvel_image_cache_counts(PyObject* type, uint64_t counts[3]) {
+  const ParticleType_object* pt = particle_type_of(type);
+  if (!pt) return -1;
+  counts[0] = pt->cache_counts.hits;
+  counts[1] = pt->cache_counts.misses;
+  counts[2] = pt->cache_counts.emptyings;
+  return 0;
 }
 
 void CParticle_destructor(PyObject* capsule) {

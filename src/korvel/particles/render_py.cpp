@@ -88,15 +88,21 @@ Ref key_tuple(const ImageKey& k) {
 int blit_cached(ParticleType_object* pt, const ImageKey& k, const RenderPlan& plan, int blend,
                 Ref& key) {
   if (SDL_Surface* image = indexed_image(pt, k)) {
+    ++pt->cache_counts.hits;
     blit_centred(image, plan, blend);
     return 1;
   }
   key = key_tuple(k);
   if (!key) return -1;
   PyObject* cached = PyDict_GetItemWithError(pt->cached_surfaces, key.get());  // borrowed
-  if (!cached) return PyErr_Occurred() ? -1 : 0;
+  if (!cached) {
+    if (PyErr_Occurred()) return -1;
+    ++pt->cache_counts.misses;
+    return 0;
+  }
   SDL_Surface* image = korvel::compat::surface_of(cached);
   if (!image) return -1;
+  ++pt->cache_counts.hits;
   index_image(pt, k, image);
   blit_centred(image, plan, blend);
   return 1;
