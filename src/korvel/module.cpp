@@ -198,6 +198,10 @@ bool learn_wrapper_type() {
 PyMODINIT_FUNC PyInit_korvel() {
   PyObject* m = PyModule_Create(&korvel_module);
   if (!m) return nullptr;
+  if (PyModule_AddStringConstant(m, "__version__", KORVEL_VERSION) < 0) {
+    Py_DECREF(m);
+    return nullptr;
+  }
   publish_types(m);
   PyErr_Clear();
   korvel::compat::import_pygame_api();
