@@ -1,4 +1,6 @@
 import sys
+import types
+import warnings
 
 import pytest
 
@@ -16,8 +18,8 @@ def test_register_holds_one_reference_to_each_object_and_replaces_them(runtime):
     assert [sys.getrefcount(o) for o in a] == before
 
 
-@pytest.mark.parametrize("args", [(), (1, 2, 3), (1, 2, 3, 4, 5)])
-def test_register_with_wrong_count_raises_and_keeps_the_stored_objects(runtime, args):
+@pytest.mark.parametrize("args", [(), (1, 2, 3), (1, 2, 3, 4, 5), ([], object, object, object)])
+def test_register_with_wrong_arguments_raises_and_keeps_the_stored_objects(runtime, args):
     d = {}
     korvel.RegisterInstancesDict(d, standins.ObjectInstanceBase, standins.ObjectInstanceZero,
                                  standins.ParticleSystem)
@@ -27,12 +29,25 @@ def test_register_with_wrong_count_raises_and_keeps_the_stored_objects(runtime, 
     assert sys.getrefcount(d) == held
 
 
-def test_register_tolerates_a_runtime_without_handlers():
-    tam6, tamapi = standins.modules()
-    try:
-        for module in (tam6, tamapi):
-            for name in [n for n in vars(module) if not n.startswith("__")]:
-                delattr(module, name)
+@pytest.mark.parametrize("removed,replaced,expected", [
+    ((), False, None),
+    (("Room_Leave",), False, "RegisterInstancesDict: Not found: tam6.Room_Leave. Define"),
+    ((), True, "RegisterInstancesDict: korvel was imported before the runtime's tam6"),
+    (("pygame",), True, "before `import korvel`. Not found: tamapi.pygame.draw.rect, "
+                        "tamapi.pygame.Surface. Define"),
+])
+def test_register_says_in_one_warning_what_the_runtime_lacks(runtime, monkeypatch, removed,
+                                                               replaced, expected):
+    tam6, tamapi = runtime
+    for name in removed:
+        monkeypatch.delattr(tam6 if hasattr(tam6, name) else tamapi, name)
+    if replaced:  # the runtime's own module arrived after korvel bound its placeholder
+        monkeypatch.setitem(sys.modules, "tam6", types.ModuleType("tam6"))
+    with warnings.catch_warnings(record=True) as caught:
+        warnings.simplefilter("always")
         assert korvel.RegisterInstancesDict({}, object, object, object) is None
-    finally:
-        standins.reset()
+    messages = [str(w.message) for w in caught]
+    assert len(messages) == (expected is not None)
+    for m in messages:
+        assert expected in m
+        assert ("import korvel" in m, "Not found" in m) == (replaced, bool(removed))

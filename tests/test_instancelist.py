@@ -194,12 +194,6 @@ def test_cycles_through_a_list_are_collected(inst):
     assert gone() is None
 
 
-def test_instance_dictionary_that_is_not_a_dict_raises(runtime):
-    standins.register([])
-    with pytest.raises(TypeError, match="not a dict"):
-        InstanceList().append(7)
-
-
 def test_numbers_before_the_runtime_registers_raise():
     out = standins.run_fresh("import korvel\n"
                              "try:\n"

@@ -384,16 +384,16 @@ def test_an_instance_that_cannot_draw_fails_the_frame_but_not_the_others(drawing
     assert drawing.log[-1] == "b"
 
 
-@pytest.mark.parametrize("field,value,error", [
-    ("view_xview", [0.0] * 8, TypeError),
-    ("view_hport", None, TypeError),
-    ("view_visible", None, TypeError),
-    ("view_object", fl8(5), IndexError),
+@pytest.mark.parametrize("field,value,error,match", [
+    ("view_xview", [0.0] * 8, TypeError, "TamRoom.view_xview"),
+    ("view_hport", None, TypeError, "TamRoom.view_hport"),
+    ("view_visible", None, TypeError, "TamRoom.view_visible"),
+    ("view_object", fl8(5), IndexError, ""),
 ])
-def test_wrong_view_fields_raise(drawing, field, value, error):
+def test_wrong_view_fields_raise(drawing, field, value, error, match):
     room = make_room([drawing.coded("a")], views=[full_view(wport=32)])
     setattr(room, field, value)
-    with pytest.raises(error):
+    with pytest.raises(error, match=match):
         korvel.Room_Draw(room, drawing.screen)
 
 

@@ -2,6 +2,8 @@
 // looked up by name, kept for the life of the process.
 #include <Python.h>
 
+#include <string>
+
 #include "korvel/globals.h"
 #include "korvel/methods.h"
 #include "korvel/ref.h"
@@ -95,14 +97,57 @@ void look_up_callables() {
   pygame_Surface = look_up(pygame.get(), "Surface");
 }
 
+// True when sys.modules no longer holds, under name, the module bound at import.
+bool replaced_since_import(PyObject* bound, const char* name) {
+  return PyDict_GetItemString(PyImport_GetModuleDict(), name) != bound;
+}
+
+// The looked-up names that found nothing, as "tam6.Room_Create, ...".
+std::string missing_names() {
+  std::string missing;
+  auto note = [&missing](const std::string& name) {
+    missing += missing.empty() ? "" : ", ";
+    missing += name;
+  };
+  for (const Lookup& l : kLookups)
+    if (!*l.global) note(std::string(l.module == &tam6 ? "tam6." : "tamapi.") + l.name);
+  if (!pygame_draw_rect) note("tamapi.pygame.draw.rect");
+  if (!pygame_Surface) note("tamapi.pygame.Surface");
+  return missing;
+}
+
+// One warning that says what the runtime has not given korvel and what to do,
+// or nothing when all is in place. -1 when the warning was turned into an error.
+int warn_about_hookup() {
+  std::string advice;
+  if (replaced_since_import(tam6, "tam6") || replaced_since_import(tamapi, "tamapi"))
+    advice =
+        "korvel was imported before the runtime's tam6 and tamapi were in sys.modules, and "
+        "holds the empty modules it made for them then: put them in sys.modules before "
+        "`import korvel`.";
+  std::string missing = missing_names();
+  if (!missing.empty())
+    advice += (advice.empty() ? "" : " ") + ("Not found: " + missing) +
+              ". Define these before calling RegisterInstancesDict; korvel raises "
+              "RuntimeError when it needs one that is missing.";
+  if (advice.empty()) return 0;
+  return PyErr_WarnEx(PyExc_RuntimeWarning, ("RegisterInstancesDict: " + advice).c_str(), 1);
+}
+
 }  // namespace
 
 PyObject* RegisterInstancesDict(PyObject*, PyObject* args) {
   PyObject *instances, *base_type, *zero_type, *particlesystem_type;
   // guard: parse into locals first, so a bad call leaves the stored objects
   // as they were instead of half-replaced and unowned
-  const bool parsed =
+  bool parsed =
       PyArg_ParseTuple(args, "OOOO", &instances, &base_type, &zero_type, &particlesystem_type);
+  // guard: instance numbers are looked up in it as a dict
+  if (parsed && !PyDict_Check(instances)) {
+    PyErr_Format(PyExc_TypeError, "RegisterInstancesDict: the instances must be a dict, not %.200s",
+                 Py_TYPE(instances)->tp_name);
+    parsed = false;
+  }
   if (parsed) {
     Py_XSETREF(global_instances_dict, Py_NewRef(instances));
     Py_XSETREF(global_objectinstancebase_type, Py_NewRef(base_type));
@@ -114,12 +159,15 @@ PyObject* RegisterInstancesDict(PyObject*, PyObject* args) {
   look_up_callables();
   PyErr_Restore(type, value, tb);
   if (!parsed) return nullptr;
+  if (warn_about_hookup() < 0) return nullptr;
   Py_RETURN_NONE;
 }
 
 PyObject* korvel::hooked(PyObject* callable, const char* name) {
   if (!callable)
     PyErr_Format(PyExc_RuntimeError,
-                 "the runtime's %s is not registered (call RegisterInstancesDict)", name);
+                 "the runtime's %s is not registered: define it before calling "
+                 "RegisterInstancesDict, with tam6 and tamapi in sys.modules before "
+                 "`import korvel`", name);
   return callable;
 }

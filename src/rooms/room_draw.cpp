@@ -46,6 +46,12 @@ PyObject* snapshot(PyObject* room) {
 PyObject* draw_views(PyObject* room, PyObject* surface, PyObject* drawn) {
   Ref visible = Ref::steal(PyObject_GetAttrString(room, "view_visible"));
   if (!visible) return nullptr;
+  // Name the field, as the reads of the other view fields do.
+  if (!PySequence_Check(visible.get())) {
+    PyErr_Format(PyExc_TypeError, "TamRoom.view_visible must be a sequence, not '%.200s'",
+                 Py_TYPE(visible.get())->tp_name);
+    return nullptr;
+  }
   for (int x = 0; x < 8; ++x) {
     Ref item = Ref::steal(PySequence_GetItem(visible.get(), x));
     if (!item) {

@@ -31,11 +31,7 @@ PyObject* resolve(PyObject* o, Missing missing) {
   if (!number) return nullptr;
   PyObject* instances = korvel::hooked(global_instances_dict, "instance dictionary");
   if (!instances) return nullptr;
-  // guard: the registered dictionary must be a dict to be read as one
-  if (!PyDict_Check(instances)) {
-    PyErr_SetString(PyExc_TypeError, "the runtime's instance dictionary is not a dict");
-    return nullptr;
-  }
+  // RegisterInstancesDict stores nothing but a dict here.
   // guard: a dictionary-found instance gets its own reference, so that the
   // list's stores and the caller's release balance
   PyObject* found = Py_XNewRef(PyDict_GetItemWithError(instances, number.get()));
