@@ -1,3 +1,9 @@
+"""Native pixel, particle, room and script-variable work for a pygame game runtime.
+
+Register the runtime's modules tam6 and tamapi in sys.modules before importing
+korvel, then call set_SDL_screen and RegisterInstancesDict; docs/api.md has
+every function and type.
+"""
 # Types of korvel's functions, types, members and methods, for editors and
 # type checkers. scripts/check-stubs compares this file with the built module.
 from collections.abc import Iterable
