@@ -17,6 +17,7 @@ many calls after warm-up:
 """
 import argparse
 import sys
+import warnings
 
 import pygame
 
@@ -100,7 +101,9 @@ def collect(reps=2000):
     tamapi = sys.modules.setdefault("tamapi", type(sys)("tamapi"))
     tamapi.pygame = pygame
     import korvel
-    korvel.RegisterInstancesDict({}, object, object, object)
+    with warnings.catch_warnings():  # only tamapi.pygame is needed: no word about the rest
+        warnings.simplefilter("ignore", RuntimeWarning)
+        korvel.RegisterInstancesDict({}, object, object, object)
     rows = []
     for make in (additive_row, fill_row, gradient_row):
         rows += [make(korvel, size, reps) for size in SIZES]

@@ -14,6 +14,7 @@ a microsecond against the hundreds each one takes.
 """
 import argparse
 import sys
+import warnings
 
 import numpy as np
 import pygame
@@ -157,7 +158,9 @@ def collect(times, reps=200):
     tamapi = sys.modules.setdefault("tamapi", type(sys)("tamapi"))
     tamapi.pygame = pygame
     import korvel
-    korvel.RegisterInstancesDict({}, object, object, object)
+    with warnings.catch_warnings():  # only tamapi.pygame is needed: no word about the rest
+        warnings.simplefilter("ignore", RuntimeWarning)
+        korvel.RegisterInstancesDict({}, object, object, object)
     copy, core_copy = python_copy(reps), times[f"copy/{_kernels.SCREEN}"]
     slow = max(reps // 10, 5)  # the blend-flag peers take milliseconds
     rows = [fill_row(korvel, copy, reps), additive_row(korvel, copy, reps),
