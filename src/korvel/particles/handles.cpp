@@ -107,11 +107,15 @@ ParticleType_object* particle_type_of(PyObject* o) {
 }
 
 CParticle* particle_of(PyObject* o) {
+  // One name check, not two: this runs for every particle drawn.
+  void* p = Py_TYPE(o) == g_cobject_type_pointer ? PyCapsule_GetPointer(o, kCParticleCapsule)
+                                                 : nullptr;
   // guard: the design takes any object as a particle; only a particle handle passes here
-  if (!is_handle(o, kCParticleCapsule)) {
+  if (!p) {
+    PyErr_Clear();  // a capsule of another name: ValueError, replaced by the TypeError
     PyErr_Format(PyExc_TypeError, "a particle handle is required, not '%.200s'",
                  Py_TYPE(o)->tp_name);
     return nullptr;
   }
-  return static_cast<CParticle*>(PyCapsule_GetPointer(o, kCParticleCapsule));
+  return static_cast<CParticle*>(p);
 }

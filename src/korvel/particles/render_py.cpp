@@ -4,6 +4,7 @@
 #include <SDL.h>
 #include <SDL2_rotozoom.h>
 
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 
@@ -195,14 +196,13 @@ int render_tinted(ParticleType_object* pt, SDL_Surface* shape, const RenderPlan&
   return 0;
 }
 
-// Draws one particle; 0 when drawn or skipped, -1 with an exception set.
-int particle_render_low(CParticle* p, int xoff, int yoff) {
+// Draws one particle of a type whose shape is shape (null: none); 0 when
+// drawn or skipped, -1 with an exception set.
+int particle_render_low(CParticle* p, SDL_Surface* shape, int xoff, int yoff) {
   Ref type_handle = Ref::borrow(p->type);
   ParticleType_object* pt = type_record_of(p);
-  if (!pt->shape) return 0;  // guard: a type without a shape draws nothing
+  if (!shape) return 0;  // guard: a type without a shape draws nothing
   Ref shape_obj = Ref::borrow(pt->shape);
-  SDL_Surface* shape = korvel::compat::surface_of(shape_obj.get());
-  if (!shape) return -1;
   const RenderPlan plan =
       korvel::particles::plan_render(p->state, pt->params, shape->w, shape->h, xoff, yoff);
   switch (plan.kind) {
@@ -215,25 +215,51 @@ int particle_render_low(CParticle* p, int xoff, int yoff) {
   return 0;
 }
 
+// An exact int that fits in an int, into *out; false for anything else.
+bool exact_int(PyObject* o, int* out) {
+  if (!PyLong_CheckExact(o)) return false;
+  int overflow;
+  const long v = PyLong_AsLongAndOverflow(o, &overflow);
+  if (overflow || v < INT_MIN || v > INT_MAX) return false;
+  *out = int(v);
+  return true;
+}
+
+// The "Oii" arguments. Exact ints are read directly: walking the format
+// costs more than the rest of a small particle's drawing. Anything else
+// goes through PyArg_ParseTuple, for its conversions and its errors.
+bool parse_particle_and_offsets(PyObject* args, PyObject** handle, int* xoff, int* yoff) {
+  if (PyTuple_GET_SIZE(args) == 3 && exact_int(PyTuple_GET_ITEM(args, 1), xoff) &&
+      exact_int(PyTuple_GET_ITEM(args, 2), yoff)) {
+    *handle = PyTuple_GET_ITEM(args, 0);
+    return true;
+  }
+  return PyArg_ParseTuple(args, "Oii", handle, xoff, yoff);
+}
+
 }  // namespace
 
 PyObject* CParticle_dec_ttl_and_render(PyObject*, PyObject* args) {
   PyObject* handle;
   int xoff, yoff;
-  if (!PyArg_ParseTuple(args, "Oii", &handle, &xoff, &yoff)) return nullptr;
+  if (!parse_particle_and_offsets(args, &handle, &xoff, &yoff)) return nullptr;
   CParticle* p = particle_of(handle);
   if (!p) return nullptr;
   // guard: a clear error, before anything moves, instead of drawing through
   // a null screen or one whose display was set up again (stored_screen)
   if (!korvel::stored_screen()) return nullptr;
   ParticleType_object* pt = type_record_of(p);
+  SDL_Surface* shape = pt->shape ? korvel::compat::surface_of(pt->shape) : nullptr;
   // guard: a sprite shape is not a surface this renderer can draw: TypeError, not a crash
-  if (pt->shape && !korvel::compat::is_surface(pt->shape)) {
+  if (pt->shape && !shape) {
+    PyErr_Clear();
     PyErr_Format(PyExc_TypeError, "a particle shape must be a pygame Surface, not '%.200s'",
                  Py_TYPE(pt->shape)->tp_name);
     return nullptr;
   }
   const int32_t ttl = korvel::particles::CParticle_step_low(p->state, pt->params, drand48);
-  if (ttl > 0 && particle_render_low(p, xoff, yoff) < 0) return nullptr;
+  // Nothing between the check and the drawing runs Python code, so the
+  // shape is still the type's.
+  if (ttl > 0 && particle_render_low(p, shape, xoff, yoff) < 0) return nullptr;
   return PyLong_FromLong(ttl);
 }
