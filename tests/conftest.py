@@ -14,6 +14,10 @@ import korvel  # noqa: E402
 SCREEN_SIZE = (64, 48)
 
 
+def pytest_configure(config):
+    config.addinivalue_line("markers", "kernels: depends on the pixel-kernel path (KORVEL_ISA)")
+
+
 @pytest.fixture
 def runtime():
     """A fresh stand-in runtime, registered with korvel."""

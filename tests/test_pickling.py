@@ -1,0 +1,177 @@
+"""Pickling round trips of every type that pickles, one table; then what
+restoring a sprite or a background does with the runtime's loader."""
+import copy
+import math
+import pickle
+
+import pygame
+import pytest
+
+import korvel
+import standins
+from standins import fl8
+
+SPRITE_INTS = ["w", "h", "leftbound", "rightbound", "topbound", "bottombound", "xorigin",
+               "yorigin", "transparent", "precise_collision_checking", "bounding_box_type",
+               "smooth_edges", "preload_texture", "use_video_memory", "load_only_on_use"]
+TILE_FIELDS = ["x", "y", "background_idx", "tilex", "tiley", "w", "h", "layer_depth", "id",
+               "locked"]
+ROOM_INTS = ["id", "room_width", "room_height", "snapx", "snapy", "isogrid", "room_speed",
+             "room_persistent", "bgcolor", "draw_bgcolor", "view_enabled", "numviews", "tile_w",
+             "tile_h", "tile_hsep", "tile_vsep", "tile_hoffset", "tile_voffset", "created",
+             "view_current"]
+VIEW = ["xview", "yview", "object", "hborder", "vborder", "wview", "hview", "xport", "yport",
+        "wport", "hport"]
+BACKGROUND = ["x", "y", "width", "height", "xscale", "yscale", "hspeed", "vspeed", "blend",
+              "alpha", "htiled", "vtiled", "visible"]
+OBJECT_LISTS = ["all", "drawn", "deactivated", "keypressed", "keyreleased", "mouse_leftpressed",
+                "mouse_rightpressed", "collisioned", "stepped", "moving", "alarmed", "animated",
+                "key", "mouse"]
+ROOM_ORDER = (["id", "name", "room_width", "room_height", "snapx", "snapy", "isogrid",
+               "room_speed", "room_persistent", "bgcolor", "draw_bgcolor", "room_caption",
+               "creation_code"] + [f"bg{i}" for i in range(8)] + ["view_enabled", "numviews"]
+              + ["view_" + n for n in VIEW] + ["background_index", "instances", "tiles", "tile_w",
+                                              "tile_h", "tile_hsep", "tile_vsep", "tile_hoffset",
+                                              "tile_voffset", "created"]
+              + [n + "_objects" for n in OBJECT_LISTS]
+              + ["cached_bg", "cached_bg_scaled", "frame_duration", "creation_code_compiled"]
+              + ["background_" + n for n in BACKGROUND]
+              + ["view_visible", "view_current", "initial_view_data"])
+
+
+def filled(cls, fields, value):
+    obj = cls()
+    for k, name in enumerate(fields):
+        setattr(obj, name, value(k, name))
+    return obj
+
+
+def room():
+    return filled(korvel.TamRoom, ROOM_ORDER, lambda k, n: k if n in ROOM_INTS else
+                  k + 0.5 if n == "frame_duration" else f"value {k}")
+
+
+def sprite():
+    s = filled(korvel.TamSprite, SPRITE_INTS, lambda k, n: 10 + k)
+    s.name, s.subimages, s.scalecache["k"] = "spr_hero", [pygame.Surface((3, 3))] * 4, "cached"
+    return s
+
+
+def background():
+    b = filled(korvel.BackgroundData, ["name", "transparent", "w"], lambda k, n: ["bg_sky", 1, 640][k])
+    b.surf, b.scaled_data_cache = pygame.Surface((2, 2)), {"k": "v"}
+    return b
+
+
+def fields(obj, names):
+    return [getattr(obj, n) for n in names]
+
+
+# (make, its reduced state, what the restored object shows, what it shows after restoring)
+TABLE = {
+    "Floatlist8": (lambda: fl8(math.inf, math.nan, -0.0, 1e308, 5e-324),
+                   (math.inf, math.nan, -0.0, 1e308, 5e-324, 0.0, 0.0, 0.0),
+                   lambda fl: [repr(x) for x in fl], ["inf", "nan", "-0.0", "1e+308", "5e-324"]
+                   + ["0.0"] * 3),
+    "RoomTileData": (lambda: filled(korvel.RoomTileData, TILE_FIELDS, lambda k, n: 10 * k - 7),
+                     tuple(10 * k - 7 for k in range(10)), lambda t: fields(t, TILE_FIELDS),
+                     [10 * k - 7 for k in range(10)]),
+    "TamRoom": (room, tuple((n, getattr(room(), n)) for n in ROOM_ORDER),
+                lambda r: fields(r, ROOM_ORDER), fields(room(), ROOM_ORDER)),
+    "TamSprite": (sprite, tuple(range(10, 25)) + ("spr_hero", 4),
+                  lambda s: fields(s, SPRITE_INTS + ["name", "scalecache"]) + [len(s.subimages)],
+                  list(range(10, 25)) + ["spr_hero", {}, 4]),
+    "BackgroundData": (background, ("bg_sky", 1), lambda b: fields(b, ["name", "transparent", "w"])
+                       + [b.surf.get_size(), b.scaled_data_cache], ["bg_sky", 1, 8, (8, 6), {}]),
+}
+
+
+def load_sprite(s, name, count):
+    s.subimages.extend(pygame.Surface((2, 2), 0, 32) for _ in range(count))
+
+
+def load_background(bg):
+    assert (bg.surf, bg.scaled_data_cache) == (None, {})  # the image is reset before loading
+    bg.surf = pygame.Surface((8, 6))
+    bg.w, bg.h = bg.surf.get_size()
+
+
+@pytest.mark.parametrize("name", TABLE)
+@pytest.mark.parametrize("protocol", [0, pickle.HIGHEST_PROTOCOL])
+def test_round_trips(runtime, name, protocol):
+    tam6, tamapi = runtime
+    tam6.SpriteData_load_images = standins.Recorder("load", action=load_sprite)
+    tam6.BackgroundData_load_images = standins.Recorder("load", action=load_background)
+    standins.register()
+    make, state, shows, want = TABLE[name]
+    obj = make()
+    cls, args, got = obj.__reduce__()
+    assert (cls, args) == (type(obj), ()) and repr(got) == repr(state)
+    copies = [pickle.loads(pickle.dumps(obj, protocol))]
+    if name in ("Floatlist8", "RoomTileData"):
+        copies += [copy.copy(obj), copy.deepcopy(obj)]
+        obj.__setstate__(list(state))  # a list state reads like a tuple
+        copies.append(obj)
+    for back in copies:
+        assert type(back) is type(obj) and repr(shows(back)) == repr(want)
+    if name == "TamSprite":
+        assert tam6.SpriteData_load_images.calls == [(copies[0], "spr_hero", 4)]
+        assert tamapi.spr_hero is copies[0]
+        with pytest.raises(AttributeError):
+            obj.scalecache  # reduce dropped the live scale cache
+    if name == "BackgroundData":
+        assert tam6.BackgroundData_load_images.calls == [(copies[0],)]
+        assert tamapi.bg_sky is copies[0] and obj.scaled_data_cache == {"k": "v"}
+
+
+def test_instance_lists_pickle_their_items_and_restore_them_as_given(runtime):
+    a, b = standins.ObjectInstanceBase(name="a"), standins.ObjectInstanceZero(name="b")
+    il = korvel.InstanceList([a, b, a])
+    assert il.__reduce__() == (korvel.InstanceList, (), (a, b, a))
+    back = pickle.loads(pickle.dumps(il))
+    assert type(back) is korvel.InstanceList and [type(x) for x in back] == [type(x) for x in il]
+    assert back[0] is back[2] and back[0].name == "a"
+    il.__setstate__([7, 8])  # stored as given, not resolved
+    assert il == [7, 8]
+
+
+KINDS = [(korvel.TamSprite, "SpriteData_load_images", lambda n: tuple(range(15)) + (n, 0)),
+         (korvel.BackgroundData, "BackgroundData_load_images", lambda n: (n, 0))]
+
+
+@pytest.mark.parametrize("cls,loader,state", KINDS)
+def test_failing_loaders_and_stores_report(runtime, capfd, cls, loader, state):
+    tam6, tamapi = runtime
+    with pytest.raises(TypeError):
+        cls().__setstate__(state(["unhashable"]))
+    assert capfd.readouterr().out == "Retnull\n"
+    setattr(tam6, loader, lambda r, *args: delattr(r, "name"))
+    standins.register()
+    with pytest.raises(AttributeError):  # the name is read afresh after the loader
+        cls().__setstate__(state("res_gone"))
+    assert capfd.readouterr().out == "Retnull\n" and not hasattr(tamapi, "res_gone")
+    setattr(tam6, loader, standins.Recorder("load", result=OSError("no file")))
+    standins.register()
+    r = cls()
+    with pytest.raises(OSError, match="no file"):
+        r.__setstate__(state("res_y"))
+    assert capfd.readouterr().err == "An exception occurred!\n"
+    assert r.name == "res_y" and not hasattr(tamapi, "res_y")
+    delattr(tam6, loader)
+    standins.register()
+    with pytest.raises(RuntimeError, match=loader):
+        cls().__setstate__(state("res_z"))
+
+
+@pytest.mark.parametrize("cls,field", [(korvel.TamSprite, "name"), (korvel.TamSprite, "subimages"),
+                                       (korvel.BackgroundData, "name")])
+def test_reduce_of_an_emptied_field_raises_and_keeps_the_cache(cls, field):
+    r = cls()
+    delattr(r, field)
+    with pytest.raises(AttributeError, match=field):
+        r.__reduce__()
+    assert getattr(r, "scalecache" if cls is korvel.TamSprite else "scaled_data_cache") == {}
+    s = korvel.TamSprite()
+    s.subimages = 5
+    with pytest.raises(TypeError):
+        s.__reduce__()

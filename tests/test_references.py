@@ -1,0 +1,311 @@
+"""Reference counts and memory, one table each: a stored value holds one
+reference and gets it back when replaced; calls that only use their
+arguments leave every count as it was; cycles through korvel objects are
+collected; churning objects does not grow memory."""
+import gc
+import pickle
+import sys
+import weakref
+
+import pygame
+import pytest
+
+import korvel
+import nativeapi as na
+import standins
+from pixelmodel import allocation_growth, particle_type, shape
+
+
+class Value:
+    """A value of its own, whose count nothing else touches."""
+
+
+def object_members(cls):
+    """The members of cls that hold any object."""
+    probe, names = cls(), []
+    for name, d in vars(cls).items():
+        if type(d).__name__ == "member_descriptor":
+            value = Value()
+            try:
+                setattr(probe, name, value)
+            except TypeError:
+                continue
+            names += [name] if getattr(probe, name) is value else []
+    return names
+
+
+@pytest.mark.parametrize("cls,member", [(c, m) for c in (korvel.TamSprite, korvel.BackgroundData,
+                                                         korvel.TamRoom)
+                                        for m in object_members(c)])
+def test_a_member_holds_one_reference_and_gives_it_back(cls, member):
+    obj, a, b = cls(), Value(), Value()
+    before = [sys.getrefcount(a), sys.getrefcount(b)]
+    setattr(obj, member, a)
+    assert [sys.getrefcount(a), sys.getrefcount(b)] == [before[0] + 1, before[1]]
+    setattr(obj, member, b)
+    setattr(obj, member, b)
+    assert [sys.getrefcount(a), sys.getrefcount(b)] == [before[0], before[1] + 1]
+    del obj
+    assert [sys.getrefcount(a), sys.getrefcount(b)] == before
+
+
+
+# Each case sets up objects and returns the ones to watch and the calls to make.
+def tamvar_use():
+    a, b = 10**20, "stored-%d" % 7
+
+    def use():
+        v = korvel.TamVar(a)
+        v[1], v[3, 2] = b, a
+        v[1, 1], v[3, 2]
+        v[5] = korvel.TamVar(b)
+        v[1] = a
+        w = korvel.TamVar(v)
+        v + 1, 1 - v, v * 2, v / 3, v % 7, -v, abs(v), int(v), float(v), hash(v)
+        str(v), bool(v), v < 1, v == w, v != b, len(v)
+        v += 1
+        korvel.TamVar.__init__(v, b)  # a second init releases what it held
+    return [a, b], use
+
+
+def floatlist_use():
+    other, state = 10.0**10, tuple(float(x) for x in range(8))
+
+    def use():
+        fl = korvel.Floatlist8()
+        for op in (lambda: fl + other, lambda: other * fl, lambda: fl < other, lambda: fl > fl):
+            op()
+        fl -= other
+        fl[1] = other
+        fl.__setstate__(state)
+        fl.__reduce__()
+    return [other, state], use
+
+
+def instance_numbers(runtime):
+    inst = standins.ObjectInstanceBase()
+    standins.register({7: inst})
+    number = int(str(10**20))
+    standins.register({7: inst, number: inst})
+    il = korvel.InstanceList()
+
+    def use():
+        il.append(7)
+        il.insert(0, number)
+        il.append(korvel.TamVar(inst))
+        il[0] = inst
+        il.__setitem__(1, 7)
+        for _ in range(3):
+            il.remove(7)
+        il.__setstate__((inst,))
+        il.__reduce__()
+        il.clear()
+    return [inst, number], use
+
+
+def room_methods(runtime):
+    tam6, _ = runtime
+    room, result, arg = korvel.TamRoom(), Value(), Value()
+    tam6.Room_AddInstance.result = tam6.Room_StepEvents.result = result
+
+    def use():
+        room.AddInstance(arg, arg)
+        room.DrawBackgrounds(arg, 1, 2)
+        room.StepEvents()
+        for name in standins.ROOM_HANDLERS:
+            getattr(tam6, name).calls.clear()
+    return [room, result, arg], use
+
+
+def states(runtime):
+    tile, state = korvel.RoomTileData(), tuple(range(10))
+    s, cache = korvel.TamSprite(), {}
+    sprite_state = (1,) * 15 + ("spr_refs", 0)
+
+    def use():
+        tile.__setstate__(state)
+        tile.__reduce__()
+        s.scalecache = cache
+        s.__reduce__()  # gives up the live scale cache
+        korvel.TamSprite().__setstate__(sprite_state)
+        korvel.BackgroundData().__setstate__(("bg_refs", 0))
+        korvel.TamRoom().__setstate__((("name", state), ("drawn_objects", state)))
+    return [state, cache, sprite_state], use
+
+
+def shapes(runtime):
+    pt, sprite, surface = korvel.part_type_create(), Value(), pygame.Surface((2, 2), 0, 32)
+
+    def use():
+        with pytest.raises(TypeError):
+            korvel.part_type_sprite(5, sprite, 0.0, 0.0, 0.0)
+        korvel.part_type_sprite(pt, sprite, 0.0, 0.0, 0.0)
+        korvel.part_type_shape(pt, surface)
+        korvel.part_type_sprite(pt, sprite, 1.0, 1.0, 0.0)
+    return [pt, sprite, surface], use
+
+
+def particles(runtime):
+    pt, first, second = korvel.part_type_create(), korvel.Beancounter(), korvel.Beancounter()
+
+    def use():
+        ps = [korvel.CParticle_new(pt, 0.0, 0.0) for _ in range(5)]
+        for p in ps:
+            korvel.CParticle_attach_beancounter(p, first)
+            korvel.CParticle_attach_beancounter(p, second)
+        assert (int(first), int(second)) == (0, 5)
+    return [pt, first, second], use
+
+
+def rendering(runtime, screen):
+    s = shape(3, 3, seed=1, alpha=0x80)
+    kinds = [particle_type(s, alpha3=(1.0, 0.5, 0.1), color3=(0xFF, 0xFF00, 0xFF0000),
+                           life=(10, 10)), particle_type(s, scale=(2, 2), alpha3=(0.5,) * 3),
+             particle_type(s, blend=(1,))]
+
+    def use():
+        for t in kinds:
+            p = korvel.CParticle_new(t, 10.0, 10.0)
+            while korvel.CParticle_dec_ttl_and_render(p, 1, 1) > 25:
+                pass
+    return [t for t in kinds] + [s, screen], use
+
+
+def drawing(runtime, screen):
+    _, tamapi = runtime
+    room = tamapi.room = korvel.TamRoom()
+    for name in ("view_xview", "view_yview", "view_xport", "view_yport"):
+        setattr(room, name, korvel.Floatlist8())
+    color = tamapi.py_draw_props.color = (10, 20, 30)
+
+    def use():
+        for alpha, outline in [(1.0, 0.0), (1.0, 1.0), (0.5, 0.0)]:
+            tamapi.py_draw_props.alpha = alpha
+            korvel.draw_rectangle(1.0, 2.0, 9.0, 7.0, outline)
+        korvel.TamSprite_from_surface(screen)
+    return [room, color, screen], use
+
+
+def helpers(runtime):
+    _, tamapi = runtime
+    value, grand = Value(), Value()
+    tree = standins.ObjectRecord(children=[standins.ObjectRecord([grand])])
+    obj = type("Slots", (), {"__slots__": ("a",)})()
+    obj.a = value
+
+    def use():
+        na.membertuple(obj, ())
+        na.PushSelf(value)
+        na.PopSelf()
+        assert na.GetFirstInstance(tree) is grand
+    return [value, grand], use
+
+
+def pickles(runtime):
+    value = "pickled-%d" % 12345
+    objects = [korvel.TamVar(value), korvel.InstanceList([value]), standins.fl8(1, 2)]
+
+    def use():
+        for obj in objects:
+            try:
+                pickle.loads(pickle.dumps(obj))
+            except (TypeError, pickle.PicklingError):
+                pass  # not every type pickles; what matters is the count
+    return [value], use
+
+
+CASES = [lambda r, s: tamvar_use(), lambda r, s: floatlist_use(), lambda r, s: instance_numbers(r),
+         lambda r, s: room_methods(r), lambda r, s: states(r), lambda r, s: shapes(r),
+         lambda r, s: particles(r), rendering, drawing, lambda r, s: helpers(r),
+         lambda r, s: pickles(r)]
+
+
+@pytest.mark.parametrize("case", CASES, ids=["TamVar", "Floatlist8", "InstanceList", "room methods",
+                                             "states", "shapes", "particles", "rendering",
+                                             "draw_rectangle", "helpers", "pickling"])
+def test_calls_leave_every_count_as_it_was(runtime, screen, case):
+    watched, use = case(runtime, screen)
+    use()  # caches fill on the first use
+    before = [sys.getrefcount(o) for o in watched]
+    use()
+    gc.collect()
+    assert [sys.getrefcount(o) for o in watched] == before
+
+
+def test_set_SDL_screen_and_RegisterInstancesDict_hold_one_reference_and_replace_it(runtime,
+                                                                                    screen):
+    other = pygame.Surface((4, 4), 0, 32)
+    objects = [screen, other, {}, type("Base", (), {}), type("Zero", (), {}), type("PS", (), {})]
+    before = [sys.getrefcount(o) for o in objects]
+    korvel.set_SDL_screen(screen)
+    korvel.RegisterInstancesDict(*objects[2:])
+    korvel.set_SDL_screen(other)
+    assert [sys.getrefcount(o) for o in objects] == [
+        before[0] - 1, before[1] + 1] + [n + 1 for n in before[2:]]
+    korvel.set_SDL_screen(screen)
+    with pytest.raises(TypeError):
+        korvel.RegisterInstancesDict(1, 2, 3)  # a bad call changes nothing
+    standins.register()
+    assert [sys.getrefcount(o) for o in objects] == before
+
+
+@pytest.mark.parametrize("cls", [korvel.TamVar, korvel.InstanceList, korvel.TamSprite,
+                                 korvel.BackgroundData, korvel.TamRoom])
+def test_cycles_through_every_field_are_collected(runtime, cls):
+    obj, canary = cls(0) if cls is korvel.TamVar else cls(), Value()
+    alive = weakref.ref(canary)
+    if cls is korvel.TamVar:
+        obj[2, 3] = [obj, canary]
+    elif cls is korvel.InstanceList:
+        obj.append(standins.ObjectInstanceBase(members=[obj, canary]))
+    else:
+        # the room's collector visits the fields that can hold korvel objects
+        members = ["drawn_objects", "tiles"] if cls is korvel.TamRoom else object_members(cls)
+        for name in members:
+            setattr(obj, name, [obj, canary])
+        assert sorted(map(id, gc.get_referents(obj))) == sorted(id(getattr(obj, n)) for n in members)
+    del obj, canary
+    gc.collect()
+    assert alive() is None
+
+
+def churn_tamvars():
+    for k in range(3000):
+        v = korvel.TamVar(k)
+        v[k % 13] = k
+        v[k % 5 + 1, k % 7] = "s"
+        v += 1
+
+
+def churn_particles():
+    for _ in range(300):
+        t, b = korvel.part_type_create(), korvel.Beancounter()
+        for _ in range(4):
+            p = korvel.CParticle_new(t, 1, 2)
+            korvel.CParticle_attach_beancounter(p, b)
+            korvel.CParticle_step(p)
+
+
+def churn_images():
+    s = shape(3, 3, seed=18)
+    for _ in range(100):
+        for t in [particle_type(s, color3=(0xFF,) * 3), particle_type(s, alpha3=(0.5,) * 3),
+                  particle_type(s, scale=(2, 2))]:
+            p = korvel.CParticle_new(t, 20, 20)
+            korvel.CParticle_dec_ttl_and_render(p, 0, 0)
+            korvel.CParticle_type_cache_clear(t)
+
+
+def churn_pickles():
+    r = korvel.TamSprite()
+    r.name = "spr_churn"
+    for _ in range(2000):
+        r = pickle.loads(pickle.dumps(r))
+
+
+@pytest.mark.parametrize("churn,limit", [(churn_tamvars, 4096), (churn_particles, 20_000),
+                                         (churn_images, 10_000), (churn_pickles, 20_000)])
+def test_churning_objects_does_not_grow_memory(runtime, screen, churn, limit):
+    runtime[0].SpriteData_load_images = lambda *args: None
+    standins.register()
+    assert allocation_growth(churn) < limit
