@@ -4,7 +4,8 @@ import ctypes
 import pytest
 from hypothesis import settings
 from hypothesis import strategies as st
-from hypothesis.stateful import RuleBasedStateMachine, invariant, precondition, rule
+from hypothesis.stateful import (RuleBasedStateMachine, invariant, precondition, rule,
+                                 run_state_machine_as_test)
 
 import standins
 from korvel import InstanceList, TamVar
@@ -90,8 +91,9 @@ class InstanceListModel(RuleBasedStateMachine):
         assert all(x is y for x, y in zip(self.il, self.model))
 
 
-TestInstanceListModel = InstanceListModel.TestCase
-TestInstanceListModel.settings = settings(max_examples=50, stateful_step_count=12, deadline=None)
+def test_items_follow_a_list_model():
+    run_state_machine_as_test(InstanceListModel, settings=settings(
+        max_examples=50, stateful_step_count=12, deadline=None))
 
 
 @pytest.mark.parametrize("call,error", [

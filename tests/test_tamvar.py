@@ -6,7 +6,8 @@ import operator
 import pytest
 from hypothesis import given, settings
 from hypothesis import strategies as st
-from hypothesis.stateful import RuleBasedStateMachine, invariant, rule
+from hypothesis.stateful import (RuleBasedStateMachine, invariant, rule,
+                                 run_state_machine_as_test)
 
 from korvel import TamVar
 
@@ -63,8 +64,9 @@ class TamVarModel(RuleBasedStateMachine):
         assert stored == collections.Counter(self.cells.get(c, 0) for c in self.filled)
 
 
-TestTamVarModel = TamVarModel.TestCase
-TestTamVarModel.settings = settings(max_examples=60, stateful_step_count=15, deadline=None)
+def test_cells_follow_a_dict_model():
+    run_state_machine_as_test(TamVarModel, settings=settings(max_examples=60, deadline=None,
+                                                             stateful_step_count=15))
 
 
 @pytest.mark.parametrize("key,error", [
