@@ -10,6 +10,8 @@ from pixelmodel import (ARGB, additive_model, age_alpha, age_of, age_tint, blitt
                         particle_type, random_screen, raw_words, render, shape, sub_saturate,
                         surface_like, tint_subtractor, tint_words, translucentify)
 
+pytestmark = pytest.mark.kernels  # runs once per pixel-kernel path
+
 RED, GREEN, BLUE, WHITE = 0x0000FF, 0x00FF00, 0xFF0000, 0xFFFFFF
 
 

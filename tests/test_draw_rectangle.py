@@ -134,27 +134,6 @@ def test_bad_runtime_state_raises(world, change, error):
     assert world.screen.fills == []
 
 
-@pytest.mark.parametrize("args", [(), (1, 2, 3), (1, 2, 3, "4"), (1, 2, 3, 4, 5, 6)])
-def test_bad_arguments_raise(world, args):
-    with pytest.raises(TypeError):
-        korvel.draw_rectangle(*args)
-
-
-def test_without_a_stored_screen_it_raises():
-    assert standins.run_fresh("\n".join([
-        "import korvel",
-        "tam6, tamapi = standins.reset()",
-        "standins.register()",
-        "tamapi.room = korvel.TamRoom()",
-        "for n in ('xview', 'yview', 'xport', 'yport'):",
-        "    setattr(tamapi.room, 'view_' + n, korvel.Floatlist8())",
-        "for alpha in (1.0, 0.5):",
-        "    tamapi.py_draw_props.alpha = alpha",
-        "    try: korvel.draw_rectangle(0, 0, 4, 4)",
-        "    except RuntimeError: print('RuntimeError')",
-    ])) == "RuntimeError\nRuntimeError\n"
-
-
 class ClosingProps:
     """Draw properties whose colour closes the display when it is read."""
 

@@ -1,4 +1,3 @@
-import sys
 
 import pygame
 import pytest
@@ -11,23 +10,6 @@ from pixelmodel import fill_mix
 def test_breakable_and_init_subsystems_ignore_arguments(capfd, args):
     assert korvel.breakable(*args) is None and korvel.init_subsystems(*args) is None
     assert capfd.readouterr().out == "breakable\n"
-
-
-def test_set_SDL_screen_holds_exactly_one_reference(screen):
-    before = sys.getrefcount(screen)
-    korvel.set_SDL_screen(screen)
-    assert sys.getrefcount(screen) == before
-    korvel.set_SDL_screen(pygame.Surface((4, 4), 0, 32))
-    assert sys.getrefcount(screen) == before - 1
-    korvel.set_SDL_screen(screen)
-
-
-@pytest.mark.parametrize("args", [(), (1, 2), (None,), ("screen",)])
-def test_set_SDL_screen_rejects_bad_arguments(screen, args):
-    before = sys.getrefcount(screen)
-    with pytest.raises(TypeError):
-        korvel.set_SDL_screen(*args)
-    assert sys.getrefcount(screen) == before
 
 
 def test_init_subsystems_any_number_of_times_keeps_the_display(screen):

@@ -1,9 +1,7 @@
 import numpy as np
-import pygame
 import pytest
 
 import korvel
-import standins
 from pixelmodel import fill_mix, gradient_weights, map_script, mix, random_screen, raw_words
 
 RED, BLUE, GREEN = 0x0000FF, 0xFF0000, 0x00FF00
@@ -54,25 +52,3 @@ def test_opaque_outline_is_mapped_into_the_screen_format(screen):
     assert (words[10, 1:10] == map_script(screen, BLUE)).all()
     sides = [map_script(screen, mix(RED, BLUE, t)) for t in gradient_weights(0, 10, 10)]
     np.testing.assert_array_equal(words[1:11, [0, 10]], np.array([sides, sides]).T)
-
-
-@pytest.mark.parametrize("args", [(0, 0, 1, 1, 0, 0, 0, 0, 0.5),
-                                  (0, 0, 1, 1, 0, 0, 0, "0", 0.5, 0)])
-def test_bad_arguments_raise(screen, args):
-    with pytest.raises(TypeError):
-        korvel.fast_draw_rectangle_color(*args)
-
-
-def test_without_a_stored_screen_it_raises():
-    assert standins.run_fresh("import korvel\ntry:\n"
-                              " korvel.fast_draw_rectangle_color(0, 0, 4, 4, 1, 1, 2, 2, 0.5, 0)\n"
-                              "except RuntimeError:\n print('RuntimeError')") == "RuntimeError\n"
-
-
-def test_a_16_bit_screen_is_refused(screen):
-    korvel.set_SDL_screen(pygame.Surface((8, 8), 0, 16))
-    try:
-        with pytest.raises(ValueError):
-            korvel.fast_draw_rectangle_color(0, 0, 4, 4, 1, 1, 2, 2, 0.5, 0)
-    finally:
-        korvel.set_SDL_screen(screen)

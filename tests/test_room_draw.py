@@ -287,17 +287,25 @@ def test_particle_systems_are_drawn_in_view_0_only(drawing):
     (40, 20, 8, 4, (32, 16)),      # inside the room
     (60, 5, 0, 10, (32, 0)),       # clamped to the right and top
     (None, None, 0, 0, (7, 1)),    # no instance: the view stays
+    ("no x", 20, 0, 0, (7, 1)),    # an instance without a position: the view stays, then fails
+    (40, "no y", 0, 0, (7, 1)),
 ])
 def test_a_view_follows_the_first_instance_of_its_object(drawing, x, y, hborder, vborder,
                                                          expected):
     target = [drawing.instance("t", x=x, y=y)] if x is not None else []
+    for inst in target:
+        for name in ("x", "y"):
+            if vars(inst)[name] in ("no x", "no y"):
+                del vars(inst)[name]
     drawing.tam6.game.objects = [standins.ObjectRecord(children=[
         standins.ObjectRecord(),
         standins.ObjectRecord(children=[standins.ObjectRecord(instances=target)])])]
     view = full_view(object=0, xview=7, yview=1, hborder=hborder, vborder=vborder, wview=32,
                      hview=24, wport=32, hport=24)
     room = make_room([drawing.system()], views=[view])
-    korvel.Room_Draw(room, drawing.screen)
+    with pytest.raises(AttributeError) if isinstance(x, str) or isinstance(y, str) \
+            else contextlib.nullcontext():
+        korvel.Room_Draw(room, drawing.screen)
     assert (room.view_xview[0], room.view_yview[0]) == expected
     assert drawing.backgrounds.calls[0][2:] == expected
     assert drawing.log == [("ps", -expected[0], -expected[1])]
@@ -431,7 +439,7 @@ def test_a_room_that_is_not_a_tamroom_cannot_use_views(drawing):
         korvel.Room_Draw(room, drawing.screen)
 
 
-# Ten thousand frames keep the process flat.
+# Thousands of frames keep the process flat.
 
 def resident_pages():
     with open("/proc/self/statm") as f:
@@ -456,9 +464,9 @@ def scene(drawing, views, failing):
     return room, drawn + list(room.tiles) + [bg, room]
 
 
-@pytest.mark.parametrize("failing", [False, True])
 @pytest.mark.parametrize("views", [True, False])
-def test_ten_thousand_frames_keep_memory_flat(drawing, views, failing):
+def test_thousands_of_frames_keep_memory_flat(drawing, views):
+    failing = True
     room, held = scene(drawing, views, failing)
     held.append(drawing.screen)
     counts = [sys.getrefcount(o) for o in held]
@@ -473,8 +481,8 @@ def test_ten_thousand_frames_keep_memory_flat(drawing, views, failing):
             drawing.tamapi.draw_sprite_ext.calls.clear()
     run(500)
     blocks, pages = sys.getallocatedblocks(), resident_pages()
-    run(10_000)
-    assert sys.getallocatedblocks() - blocks < 1000  # a leak per frame: >= 10,000
+    run(3000)
+    assert sys.getallocatedblocks() - blocks < 1000  # a leak per frame: >= 3,000
     if "libasan" not in os.environ.get("LD_PRELOAD", ""):  # ASan keeps freed memory resident
         assert resident_pages() - pages < 256
     assert [sys.getrefcount(o) for o in held] == counts
