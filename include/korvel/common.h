@@ -7,9 +7,10 @@
 
 struct SDL_Surface;
 
-// Exported from the module (CPython extensions hide symbols by default), so
-// that native callers and the tests (through ctypes) reach these helpers.
-#define KORVEL_EXPORT __attribute__((visibility("default")))
+// Exported from the module under their plain C names (CPython extensions
+// hide symbols by default), so that native callers and the tests (through
+// ctypes) reach these helpers by name.
+#define KORVEL_EXPORT extern "C" __attribute__((visibility("default")))
 
 // Item idx of a list (or list subtype) or tuple read as a long; -1 with an
 // exception when it is missing or not an integer.
