@@ -24,6 +24,7 @@ RED, GREEN, BLUE, WHITE = 0x0000FF, 0x00FF00, 0xFF0000, 0xFFFFFF
     ((6, 4), (60, 20)),   # right edge crossed: not drawn
     ((6, 4), (61, 20)),   # right edge touched: not drawn
     ((6, 4), (59, 20)), ((6, 4), (3, 0)),
+    ((6, 4), (20, 3)),    # top on row 1: drawn from row 1, not row 0
     ((6, 4), (20, 47)),   # cut at the bottom
     ((6, 4), (20, 50)),   # below the screen
     ((4, 100), (10, 20)),  # guard: taller than the screen, stops at the last row

@@ -73,9 +73,10 @@ TABLE = {
                    (math.inf, math.nan, -0.0, 1e308, 5e-324, 0.0, 0.0, 0.0),
                    lambda fl: [repr(x) for x in fl], ["inf", "nan", "-0.0", "1e+308", "5e-324"]
                    + ["0.0"] * 3),
-    "RoomTileData": (lambda: filled(korvel.RoomTileData, TILE_FIELDS, lambda k, n: 10 * k - 7),
-                     tuple(10 * k - 7 for k in range(10)), lambda t: fields(t, TILE_FIELDS),
-                     [10 * k - 7 for k in range(10)]),
+    # a -1 field is a value, not a failed read
+    "RoomTileData": (lambda: filled(korvel.RoomTileData, TILE_FIELDS, lambda k, n: 10 * k - 1),
+                     tuple(10 * k - 1 for k in range(10)), lambda t: fields(t, TILE_FIELDS),
+                     [10 * k - 1 for k in range(10)]),
     "TamRoom": (room, tuple((n, getattr(room(), n)) for n in ROOM_ORDER),
                 lambda r: fields(r, ROOM_ORDER), fields(room(), ROOM_ORDER)),
     "TamSprite": (sprite, tuple(range(10, 25)) + ("spr_hero", 4),

@@ -57,6 +57,7 @@ def test_mirrors_blend_colours_and_opacity_change_a_copy(frame, kw, model):
     (16, 6, 90, lambda s: korvel.rotoscale(korvel.rotoscale(s, 2.0, 1.0, 0.0), 1.0, 1.0, 90.0)),
     (8, 6, -30, lambda s: korvel.rotoscale(s, 1.0, 1.0, -30.0)),
     (4, 9, 0, lambda s: korvel.rotoscale(s, 0.5, 1.5, 0.0)),           # a zoom only
+    (8, 0, 0, lambda s: korvel.rotoscale(s, 1.0, 0.0, 0.0)),           # zero height: not mirrored
     (-16, 12, 45, lambda s: korvel.rotoscale(korvel.flip_h(s), 2.0, 2.0, 45.0)),
 ])
 def test_sizes_and_turns_follow_sdl_gfx_without_smoothing(frame, w, h, clockwise, same_as):

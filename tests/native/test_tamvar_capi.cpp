@@ -99,6 +99,28 @@ TEST(TamVarCleared, WritesGrowFromNothing) {
   EXPECT_EQ(as_long(Ref::steal(PyObject_GetItem(w.get(), eval("(1, 2)").get())).get()), 7);
 }
 
+// The interpreter's raw allocator with a calloc that fails, as when memory runs out.
+PyMemAllocatorEx g_raw;
+void* failing_calloc(void*, size_t, size_t) { return nullptr; }
+void* raw_malloc(void*, size_t n) { return g_raw.malloc(g_raw.ctx, n); }
+void* raw_realloc(void*, void* p, size_t n) { return g_raw.realloc(g_raw.ctx, p, n); }
+void raw_free(void*, void* p) { g_raw.free(g_raw.ctx, p); }
+
+TEST(TamVarGrowth, AFailedAllocationIsAMemoryErrorAndTheVariableStaysAsItWas) {
+  Ref v = var("5");
+  Ref key = eval("(3, 2)"), value = eval("7");
+  PyMem_GetAllocator(PYMEM_DOMAIN_RAW, &g_raw);
+  PyMemAllocatorEx failing = {nullptr, raw_malloc, failing_calloc, raw_realloc, raw_free};
+  PyMem_SetAllocator(PYMEM_DOMAIN_RAW, &failing);
+  const int rc = PyObject_SetItem(v.get(), key.get(), value.get());
+  PyMem_SetAllocator(PYMEM_DOMAIN_RAW, &g_raw);
+  EXPECT_EQ(rc, -1);
+  EXPECT_TRUE(PyErr_ExceptionMatches(PyExc_MemoryError));
+  PyErr_Clear();
+  EXPECT_EQ(PyObject_Length(v.get()), 1);
+  EXPECT_EQ(as_long(TamVar_unwrap(v.get())), 5);
+}
+
 struct CompareCase {
   const char* a;
   const char* b;
