@@ -1,3 +1,6 @@
+import os
+import subprocess
+import sys
 
 import pygame
 import pytest
@@ -52,3 +55,13 @@ def test_drawing_after_the_display_closed_raises(runtime, screen, call):
     finally:
         pygame.display.init()
         korvel.set_SDL_screen(pygame.display.set_mode((64, 48), 0, 32))
+
+
+@pytest.mark.parametrize("pin", ["mmx", "Scalar", "avx512"])
+def test_KORVEL_ISA_naming_no_runnable_kernel_set_stops_the_import(pin):
+    env = dict(os.environ, KORVEL_ISA=pin)
+    run = subprocess.run([sys.executable, "-c", "import korvel"], env=env, capture_output=True, text=True)
+    last = run.stderr.strip().splitlines()[-1]
+    assert last.startswith(f"ImportError: KORVEL_ISA={pin} names no kernel set")
+    # The set this run pinned (or the scalar one) is among those offered.
+    assert (os.environ.get("KORVEL_ISA") or "scalar") in last.split(": ")[-1].split(", ")

@@ -193,6 +193,17 @@ bool learn_wrapper_type() {
   return true;
 }
 
+// KORVEL_ISA pins the pixel kernels; a name this build cannot run here
+// stops the import rather than silently running another set.
+bool select_kernels_or_raise() {
+  const char* pin = std::getenv("KORVEL_ISA");
+  if (korvel::pixels::select_kernels(pin)) return true;
+  PyErr_Format(PyExc_ImportError,
+               "KORVEL_ISA=%s names no kernel set of this build and processor; choose one of: %s",
+               pin, korvel::pixels::available_isa_names().c_str());
+  return false;
+}
+
 }  // namespace
 
 PyMODINIT_FUNC PyInit_korvel() {
@@ -208,8 +219,7 @@ PyMODINIT_FUNC PyInit_korvel() {
   korvel_init_rooms();
   PyErr_Clear();  // without pygame the surface functions raise TypeError when called
   seed_random();
-  korvel::pixels::select_kernels();
-  if (!learn_wrapper_type()) {
+  if (!select_kernels_or_raise() || !learn_wrapper_type()) {
     Py_DECREF(m);
     return nullptr;
   }

@@ -3,6 +3,7 @@
 #pragma once
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 namespace korvel::pixels {
@@ -35,14 +36,18 @@ struct Kernels {
 
 enum class Isa { scalar, sse2, avx2 };
 
-// The instruction sets this processor can run, scalar first.
+// The instruction sets built in and runnable on this processor, scalar
+// first. Only x86 builds have the SSE2 and AVX2 variants.
 std::vector<Isa> available_isas();
 const Kernels& kernels_for(Isa isa);
 // The table the hot paths call through; scalar until select_kernels runs.
 extern const Kernels* g_kernels;
-// Picks the best available set; KORVEL_ISA=scalar|sse2|avx2 pins one (an
-// unavailable choice falls back to the best available).
-void select_kernels();
+// Picks the set named `pin` (KORVEL_ISA), or the best available one when
+// `pin` is null or empty. False, with the table unchanged, when `pin` names
+// none of available_isas().
+bool select_kernels(const char* pin);
+// The names of available_isas(), comma-separated, for error messages.
+std::string available_isa_names();
 
 // Scalar references.
 void fill_run_scalar(uint32_t* p, std::size_t n, uint32_t fg, uint32_t na);
