@@ -1,6 +1,12 @@
 import os
+import warnings
 
 os.environ.setdefault("SDL_VIDEODRIVER", "dummy")
+# pygame 2.6 warns at import about its own build (blitters without AVX2) and
+# its use of pkg_resources; neither concerns korvel, and they would bury real
+# warnings in every run's summary.
+warnings.filterwarnings("ignore", "Your system is avx2 capable but pygame", RuntimeWarning)
+warnings.filterwarnings("ignore", "pkg_resources is deprecated", DeprecationWarning)
 os.environ.setdefault("PYGAME_HIDE_SUPPORT_PROMPT", "1")
 
 import pygame  # noqa: E402
