@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "common/fields.h"
 #include "common/threeway.h"
 #include "korvel/common.h"
 #include "korvel/ref.h"
@@ -32,28 +33,32 @@ PyMemberDef RoomTileData_members[] = {
 
 RoomTileData* tile(PyObject* o) { return reinterpret_cast<RoomTileData*>(o); }
 
+// The pickled state's order: the record's own, not the attribute table's.
+constexpr Py_ssize_t kState[] = {
+    offsetof(RoomTileData, x),
+    offsetof(RoomTileData, y),
+    offsetof(RoomTileData, background_idx),
+    offsetof(RoomTileData, tilex),
+    offsetof(RoomTileData, tiley),
+    offsetof(RoomTileData, w),
+    offsetof(RoomTileData, h),
+    offsetof(RoomTileData, layer_depth),
+    offsetof(RoomTileData, id),
+    offsetof(RoomTileData, locked),
+};
+
 PyObject* RoomTileData_reduce(PyObject* self, PyObject*) {
-  RoomTileData* t = tile(self);
-  korvel::Ref state = korvel::Ref::steal(
-      Py_BuildValue("(iiiiiiiiii)", t->x, t->y, t->background_idx, t->tilex, t->tiley, t->w,
-                    t->h, t->layer_depth, t->id, t->locked));
+  korvel::Ref state = korvel::ints_state(self, kState);
   if (!state) return nullptr;
   return Py_BuildValue("(O()O)", &RoomTileData_Type, state.get());
 }
 
+// A short or malformed state stops at its first bad item; the fields read
+// so far keep their values.
 PyObject* RoomTileData_setstate(PyObject* self, PyObject* args) {
   PyObject* state;
   if (!PyArg_ParseTuple(args, "O", &state)) return nullptr;
-  RoomTileData* t = tile(self);
-  int32_t* fields[] = {&t->x, &t->y, &t->background_idx, &t->tilex, &t->tiley,
-                       &t->w, &t->h, &t->layer_depth,    &t->id,    &t->locked};
-  Py_ssize_t idx = 0;
-  for (int32_t* field : fields) {
-    // A short or malformed state stops here; the fields read so far keep their values.
-    long v = seqi(state, idx++);
-    if (v == -1 && PyErr_Occurred()) return nullptr;
-    *field = int32_t(v);
-  }
+  if (!korvel::read_ints_state(self, state, kState)) return nullptr;
   Py_RETURN_NONE;
 }
 

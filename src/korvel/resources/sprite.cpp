@@ -39,6 +39,28 @@ constexpr Py_ssize_t kReferences[] = {
     offsetof(TamSprite, scalecache),
 };
 
+// The int fields in the pickled state's order (the record's own); the
+// name and the frame count follow them.
+constexpr Py_ssize_t kIntState[] = {
+    offsetof(TamSprite, w),
+    offsetof(TamSprite, h),
+    offsetof(TamSprite, leftbound),
+    offsetof(TamSprite, rightbound),
+    offsetof(TamSprite, topbound),
+    offsetof(TamSprite, bottombound),
+    offsetof(TamSprite, xorigin),
+    offsetof(TamSprite, yorigin),
+    offsetof(TamSprite, transparent),
+    offsetof(TamSprite, precise_collision_checking),
+    offsetof(TamSprite, bounding_box_type),
+    offsetof(TamSprite, smooth_edges),
+    offsetof(TamSprite, preload_texture),
+    offsetof(TamSprite, use_video_memory),
+    offsetof(TamSprite, load_only_on_use),
+};
+constexpr Py_ssize_t kNameItem = std::size(kIntState);
+constexpr Py_ssize_t kCountItem = kNameItem + 1;
+
 int TamSprite_traverse(PyObject* o, visitproc visit, void* arg) {
   return korvel::visit_references(o, kReferences, visit, arg);
 }
@@ -81,42 +103,34 @@ PyObject* TamSprite_reduce(PyObject* self, PyObject*) {
   // Pickling throws the scale cache away: the field stays empty until
   // __setstate__ or an assignment sets it again.
   Py_CLEAR(s->scalecache);
-  // guard: the state is read only now, and its fields checked again, since
-  // releasing the cache's entries (or a frame list's length) runs code that
-  // may rename the sprite, add frames or empty a field
+  // guard: the state is read only now, and its fields checked last, since
+  // releasing the cache's entries (or a frame list's length, or a collection
+  // while the state is built) runs code that may rename the sprite, add
+  // frames or empty a field
   Py_ssize_t count = s->subimages ? PySequence_Size(Ref::borrow(s->subimages).get()) : 0;
   if (count < 0) return nullptr;
+  Ref state = korvel::ints_state(self, kIntState, 2);
+  if (!state) return nullptr;
+  PyObject* frames = PyLong_FromLong(int(count));
+  if (!frames) return nullptr;
+  PyTuple_SET_ITEM(state.get(), kCountItem, frames);
   if (const char* field = missing_state_field(s))
     return korvel::resources::empty_member(self, field);
-  return Py_BuildValue("(O()(iiiiiiiiiiiiiiiOi))", reinterpret_cast<PyObject*>(Py_TYPE(self)),
-                       s->w, s->h, s->leftbound, s->rightbound, s->topbound, s->bottombound,
-                       s->xorigin, s->yorigin, s->transparent, s->precise_collision_checking,
-                       s->bounding_box_type, s->smooth_edges, s->preload_texture,
-                       s->use_video_memory, s->load_only_on_use, s->name, int(count));
+  PyTuple_SET_ITEM(state.get(), kNameItem, Py_NewRef(s->name));
+  return Py_BuildValue("(O()O)", reinterpret_cast<PyObject*>(Py_TYPE(self)), state.get());
 }
 
 PyObject* TamSprite_setstate(PyObject* self, PyObject* args) {
   PyObject* state;
   if (!PyArg_ParseTuple(args, "O", &state)) return nullptr;
+  if (!korvel::read_ints_state(self, state, kIntState)) return nullptr;
   TamSprite* s = sprite(self);
-  int32_t* const fields[] = {
-      &s->w,           &s->h,           &s->leftbound,
-      &s->rightbound,  &s->topbound,    &s->bottombound,
-      &s->xorigin,     &s->yorigin,     &s->transparent,
-      &s->precise_collision_checking,   &s->bounding_box_type,
-      &s->smooth_edges, &s->preload_texture, &s->use_video_memory,
-      &s->load_only_on_use};
-  for (Py_ssize_t i = 0; i < Py_ssize_t(std::size(fields)); ++i) {
-    long v = seqi(state, i);
-    if (v == -1 && PyErr_Occurred()) return nullptr;
-    *fields[i] = int32_t(v);
-  }
-  PyObject* name = PySequence_GetItem(state, 15);  // a list or tuple: seqi checked it
+  PyObject* name = PySequence_GetItem(state, kNameItem);  // a list or tuple: seqi checked it
   if (!name) return nullptr;
   Py_XSETREF(s->name, name);
   Py_XSETREF(s->subimages, PyList_New(0));
   if (!s->subimages) return nullptr;
-  long count = seqi(state, 16);
+  long count = seqi(state, kCountItem);
   if (count == -1 && PyErr_Occurred()) return nullptr;
   Py_XSETREF(s->scalecache, PyDict_New());
   if (!s->scalecache) return nullptr;
