@@ -1,4 +1,4 @@
-"""ctypes access to korvel's exported native helpers (include/korvel/common.h).
+"""ctypes access to korvel's exported native helpers (include/korvel_py/common.h).
 
 The helpers have no module functions of their own; the tests drive them
 through the module's exported C symbols, by name. PyDLL keeps the

@@ -5,8 +5,8 @@
 #include <cstdint>
 
 #include "flip/transform.h"
-#include "korvel/compat.h"
-#include "korvel/methods.h"
+#include "korvel_py/compat.h"
+#include "korvel_py/methods.h"
 #include "korvel/pixels/truncate.h"
 
 namespace {

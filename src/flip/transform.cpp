@@ -10,7 +10,7 @@
 #include <cstring>
 
 #include "flip/flip.h"
-#include "korvel/compat.h"
+#include "korvel_py/compat.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-#include "korvel/methods.h"
+#include "korvel_py/methods.h"
 
 PyObject* breakable(PyObject*, PyObject*) {
   puts("breakable");

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <iterator>
 
-#include "korvel/particles/image_index.h"
+#include "korvel_core/image_index.h"
 
 using korvel::particles::ImageIndex;
 using korvel::particles::ImageKey;

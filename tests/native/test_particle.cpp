@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "korvel/particles/particle.h"
+#include "korvel_core/particle.h"
 #include "korvel/particles/render_plan.h"
 
 using namespace korvel::particles;

@@ -5,8 +5,8 @@
 
 #include <ostream>
 
-#include "korvel/ref.h"
-#include "korvel/tamvar.h"
+#include "korvel_py/ref.h"
+#include "korvel_py/tamvar.h"
 
 using korvel::Ref;
 

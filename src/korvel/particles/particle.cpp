@@ -1,4 +1,4 @@
-#include "korvel/particles/particle.h"
+#include "korvel_core/particle.h"
 
 #include <cmath>
 

@@ -5,11 +5,11 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "korvel/compat.h"
-#include "korvel/globals.h"
-#include "korvel/methods.h"
-#include "korvel/particles.h"
-#include "korvel/tamvar.h"
+#include "korvel_py/compat.h"
+#include "korvel_py/globals.h"
+#include "korvel_py/methods.h"
+#include "korvel_py/particles.h"
+#include "korvel_py/tamvar.h"
 
 namespace particles = korvel::particles;
 

@@ -4,7 +4,7 @@
 #pragma once
 #include <cstdint>
 
-#include "korvel/particles/particle.h"
+#include "korvel_core/particle.h"
 
 namespace korvel::particles {
 

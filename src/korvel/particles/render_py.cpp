@@ -9,16 +9,16 @@
 #include <cstdlib>
 
 #include "flip/transform.h"
-#include "korvel/common.h"
-#include "korvel/compat.h"
-#include "korvel/globals.h"
-#include "korvel/methods.h"
-#include "korvel/particles.h"
+#include "korvel_py/common.h"
+#include "korvel_py/compat.h"
+#include "korvel_py/globals.h"
+#include "korvel_py/methods.h"
+#include "korvel_py/particles.h"
 #include "korvel/particles/render_plan.h"
 #include "korvel/pixels/blend.h"
 #include "korvel/pixels/flagged_blit.h"
 #include "korvel/pixels/tint.h"
-#include "korvel/ref.h"
+#include "korvel_py/ref.h"
 
 namespace {
 

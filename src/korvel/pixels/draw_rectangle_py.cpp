@@ -8,14 +8,14 @@
 #include <cstdint>
 #include <cstdio>
 
-#include "korvel/common.h"
-#include "korvel/compat.h"
-#include "korvel/floatlist8.h"
-#include "korvel/globals.h"
-#include "korvel/methods.h"
+#include "korvel_py/common.h"
+#include "korvel_py/compat.h"
+#include "korvel_py/floatlist8.h"
+#include "korvel_py/globals.h"
+#include "korvel_py/methods.h"
 #include "korvel/pixels/fill.h"
 #include "korvel/pixels/truncate.h"
-#include "korvel/ref.h"
+#include "korvel_py/ref.h"
 
 using korvel::Ref;
 

@@ -1,7 +1,7 @@
 #include <Python.h>
 
-#include "korvel/compat.h"
-#include "korvel/methods.h"
+#include "korvel_py/compat.h"
+#include "korvel_py/methods.h"
 #include "korvel/pixels/fill.h"
 
 PyObject* fill_translucent(PyObject*, PyObject* args) {

@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-#include "korvel/compat.h"
+#include "korvel_py/compat.h"
 #include "korvel/pixels/blend.h"
 
 namespace korvel::pixels {

@@ -2,8 +2,8 @@
 
 #include <cstdio>
 
-#include "korvel/compat.h"
-#include "korvel/methods.h"
+#include "korvel_py/compat.h"
+#include "korvel_py/methods.h"
 #include "korvel/pixels/rect_color.h"
 
 using korvel::pixels::RectColorOutcome;

@@ -5,9 +5,9 @@
 #include <cstdio>
 #include <new>
 
-#include "korvel/globals.h"
-#include "korvel/particles.h"
-#include "korvel/tamvar.h"
+#include "korvel_py/globals.h"
+#include "korvel_py/particles.h"
+#include "korvel_py/tamvar.h"
 
 PyObject* new_particle_type_handle() {
   auto* pt = static_cast<ParticleType_object*>(PyMem_Calloc(1, sizeof(ParticleType_object)));

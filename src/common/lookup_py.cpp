@@ -4,9 +4,9 @@
 
 #include <cstdio>
 
-#include "korvel/common.h"
-#include "korvel/globals.h"
-#include "korvel/ref.h"
+#include "korvel_py/common.h"
+#include "korvel_py/globals.h"
+#include "korvel_py/ref.h"
 
 using korvel::Ref;
 

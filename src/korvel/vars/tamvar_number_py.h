@@ -3,7 +3,7 @@
 #pragma once
 #include <Python.h>
 
-#include "korvel/tamvar.h"
+#include "korvel_py/tamvar.h"
 
 extern PyNumberMethods TamVar_as_number;
 PyObject* TamVar_richcompare(PyObject* a, PyObject* b, int op);

@@ -1,9 +1,9 @@
 // TamVar arithmetic and comparison: the host's own operation on the
 // unwrapped operands, so results are plain values, never new variables.
-#include "korvel/vars/tamvar_number.h"
+#include "korvel/vars/tamvar_number_py.h"
 
-#include "korvel/ref.h"
-#include "korvel/tamvar.h"
+#include "korvel_py/ref.h"
+#include "korvel_py/tamvar.h"
 
 using korvel::Ref;
 

@@ -1,7 +1,7 @@
 // One view of a room: following, scale, backgrounds (into a port surface
 // when scaled), then the frame's instances and particle systems in depth
 // order.
-#include "rooms/view_draw.h"
+#include "rooms/view_draw_py.h"
 
 #include <SDL.h>
 
@@ -9,13 +9,13 @@
 #include <cmath>
 #include <cstdio>
 
-#include "korvel/common.h"
-#include "korvel/compat.h"
-#include "korvel/floatlist8.h"
-#include "korvel/globals.h"
-#include "korvel/ref.h"
-#include "korvel/room.h"
-#include "rooms/names.h"
+#include "korvel_py/common.h"
+#include "korvel_py/compat.h"
+#include "korvel_py/floatlist8.h"
+#include "korvel_py/globals.h"
+#include "korvel_py/ref.h"
+#include "korvel_py/room.h"
+#include "rooms/names_py.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
-#include "korvel/resources/restore.h"
+#include "korvel/resources/restore_py.h"
 
 #include <cstdio>
 
-#include "korvel/globals.h"
-#include "korvel/ref.h"
+#include "korvel_py/globals.h"
+#include "korvel_py/ref.h"
 
 namespace korvel::resources {
 

@@ -1,6 +1,6 @@
 // The sprite scale cache: flipped, scaled, rotated, tinted and translucent
 // copies of sprite frames, built once per key and kept in the sprite.
-#include "korvel/scalecache.h"
+#include "korvel_py/scalecache.h"
 
 #include <SDL.h>
 #include <SDL2_rotozoom.h>
@@ -10,12 +10,12 @@
 #include <utility>
 
 #include "flip/transform.h"
-#include "korvel/compat.h"
-#include "korvel/globals.h"
-#include "korvel/methods.h"
-#include "korvel/ref.h"
+#include "korvel_py/compat.h"
+#include "korvel_py/globals.h"
+#include "korvel_py/methods.h"
+#include "korvel_py/ref.h"
 #include "korvel/resources/opacity.h"
-#include "korvel/sprite.h"
+#include "korvel_py/sprite.h"
 
 using korvel::Ref;
 namespace compat = korvel::compat;

@@ -1,12 +1,12 @@
 // InstanceList: a host list whose append, remove, insert and item assignment
 // resolve instance numbers to the instances themselves.
-#include "korvel/instancelist.h"
+#include "korvel_py/instancelist.h"
 
 #include <cstring>
 
-#include "korvel/globals.h"
-#include "korvel/ref.h"
-#include "korvel/tamvar.h"
+#include "korvel_py/globals.h"
+#include "korvel_py/ref.h"
+#include "korvel_py/tamvar.h"
 
 using korvel::Ref;
 

@@ -1,4 +1,4 @@
-#include "common/threeway.h"
+#include "common/threeway_py.h"
 
 namespace korvel {
 

@@ -1,5 +1,5 @@
 // TamSprite: one sprite resource, its frames and its cache of transformed frames.
-#include "korvel/sprite.h"
+#include "korvel_py/sprite.h"
 
 #include <SDL.h>
 #include <structmember.h>
@@ -7,13 +7,13 @@
 #include <cstddef>
 #include <iterator>
 
-#include "common/fields.h"
-#include "korvel/common.h"
-#include "korvel/compat.h"
-#include "korvel/globals.h"
-#include "korvel/methods.h"
-#include "korvel/ref.h"
-#include "korvel/resources/restore.h"
+#include "common/fields_py.h"
+#include "korvel_py/common.h"
+#include "korvel_py/compat.h"
+#include "korvel_py/globals.h"
+#include "korvel_py/methods.h"
+#include "korvel_py/ref.h"
+#include "korvel/resources/restore_py.h"
 
 using korvel::Ref;
 

@@ -2,7 +2,7 @@
 #pragma once
 #include <Python.h>
 
-#include "korvel/common.h"
+#include "korvel_py/common.h"
 
 struct TamSprite;
 

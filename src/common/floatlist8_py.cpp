@@ -1,12 +1,12 @@
 // Floatlist8: eight doubles that index like a list and, in arithmetic,
 // comparison and conversions, act as their first element.
-#include "korvel/floatlist8.h"
+#include "korvel_py/floatlist8.h"
 
 #include <cmath>
 #include <cstdint>
 
-#include "common/threeway.h"
-#include "korvel/ref.h"
+#include "common/threeway_py.h"
+#include "korvel_py/ref.h"
 
 using korvel::Ref;
 

@@ -1,16 +1,16 @@
 // BackgroundData: one background resource, its image and its scaled copies.
-#include "korvel/background.h"
+#include "korvel_py/background.h"
 
 #include <structmember.h>
 
 #include <cstddef>
 
-#include "common/fields.h"
-#include "common/threeway.h"
-#include "korvel/common.h"
-#include "korvel/globals.h"
-#include "korvel/ref.h"
-#include "korvel/resources/restore.h"
+#include "common/fields_py.h"
+#include "common/threeway_py.h"
+#include "korvel_py/common.h"
+#include "korvel_py/globals.h"
+#include "korvel_py/ref.h"
+#include "korvel/resources/restore_py.h"
 
 using korvel::Ref;
 

@@ -4,9 +4,9 @@
 
 #include <string>
 
-#include "korvel/globals.h"
-#include "korvel/methods.h"
-#include "korvel/ref.h"
+#include "korvel_py/globals.h"
+#include "korvel_py/methods.h"
+#include "korvel_py/ref.h"
 
 PyObject* global_instances_dict = nullptr;
 PyObject* global_objectinstancebase_type = nullptr;

@@ -1,13 +1,13 @@
 // TamVar: a script variable that is a scalar and a 1-D or 2-D array at once.
 // Element (i, j) lives in slot j * arraylen + i; element 0 is the scalar.
-#include "korvel/tamvar.h"
+#include "korvel_py/tamvar.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
 
-#include "korvel/ref.h"
-#include "korvel/vars/tamvar_number.h"
+#include "korvel_py/ref.h"
+#include "korvel/vars/tamvar_number_py.h"
 
 using korvel::Ref;
 

@@ -6,11 +6,11 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "common/fields.h"
-#include "common/threeway.h"
-#include "korvel/common.h"
-#include "korvel/ref.h"
-#include "korvel/room.h"
+#include "common/fields_py.h"
+#include "common/threeway_py.h"
+#include "korvel_py/common.h"
+#include "korvel_py/ref.h"
+#include "korvel_py/room.h"
 
 namespace {
 

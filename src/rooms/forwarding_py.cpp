@@ -4,10 +4,10 @@
 // that registers again is heard at once.
 #include <Python.h>
 
-#include "korvel/common.h"
-#include "korvel/globals.h"
-#include "korvel/ref.h"
-#include "korvel/room.h"
+#include "korvel_py/common.h"
+#include "korvel_py/globals.h"
+#include "korvel_py/ref.h"
+#include "korvel_py/room.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // The one layer between korvel and pygame 2 / SDL 2. SDL 1.2 idioms that the
 // drawing code is written in (per-surface alpha, colour keys, display-format
 // conversion) map here onto their SDL 2 replacements; no other file calls
-// those replacements directly, and only compat.cpp includes pygame's headers.
+// those replacements directly, and only compat_py.cpp includes pygame's headers.
 #pragma once
 #include <Python.h>
 #include <SDL.h>

@@ -8,18 +8,18 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "korvel/background.h"
-#include "korvel/compat.h"
-#include "korvel/floatlist8.h"
-#include "korvel/globals.h"
-#include "korvel/instancelist.h"
-#include "korvel/methods.h"
-#include "korvel/module.h"
-#include "korvel/particles.h"
+#include "korvel_py/background.h"
+#include "korvel_py/compat.h"
+#include "korvel_py/floatlist8.h"
+#include "korvel_py/globals.h"
+#include "korvel_py/instancelist.h"
+#include "korvel_py/methods.h"
+#include "korvel_py/module.h"
+#include "korvel_py/particles.h"
 #include "korvel/pixels/kernels.h"
-#include "korvel/room.h"
-#include "korvel/sprite.h"
-#include "korvel/tamvar.h"
+#include "korvel_py/room.h"
+#include "korvel_py/sprite.h"
+#include "korvel_py/tamvar.h"
 
 // The stored screen: held for the life of the process once set.
 PyObject* g_screen_pyobj = nullptr;

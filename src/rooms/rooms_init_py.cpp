@@ -1,5 +1,5 @@
-#include "korvel/compat.h"
-#include "korvel/module.h"
+#include "korvel_py/compat.h"
+#include "korvel_py/module.h"
 
 // The room code reaches pygame through the same shared surface table, which
 // is filled again here as the room code's own start-up.

@@ -8,10 +8,10 @@
 #include <cstddef>
 #include <span>
 
-#include "common/fields.h"
-#include "common/threeway.h"
-#include "korvel/common.h"
-#include "korvel/room.h"
+#include "common/fields_py.h"
+#include "common/threeway_py.h"
+#include "korvel_py/common.h"
+#include "korvel_py/room.h"
 
 namespace {
 

@@ -6,10 +6,10 @@
 
 #include <cstdio>
 
-#include "korvel/common.h"
-#include "korvel/compat.h"
-#include "korvel/globals.h"
-#include "korvel/ref.h"
+#include "korvel_py/common.h"
+#include "korvel_py/compat.h"
+#include "korvel_py/globals.h"
+#include "korvel_py/ref.h"
 
 using korvel::Ref;
 

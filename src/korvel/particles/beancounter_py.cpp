@@ -1,7 +1,7 @@
 // Beancounter: counts the living particles attached to it; int() reads it.
 #include <Python.h>
 
-#include "korvel/particles.h"
+#include "korvel_py/particles.h"
 
 namespace {
 

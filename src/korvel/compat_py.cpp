@@ -1,6 +1,6 @@
-#include "korvel/compat.h"
+#include "korvel_py/compat.h"
 
-#include "korvel/globals.h"
+#include "korvel_py/globals.h"
 
 // pygame.h defines pygame's slot tables: this is the only file that includes it.
 #include "pygame/pygame.h"

@@ -5,8 +5,8 @@
 
 #include <cstdint>
 
-#include "korvel/particles/image_index.h"
-#include "korvel/particles/particle.h"
+#include "korvel_core/image_index.h"
+#include "korvel_core/particle.h"
 
 struct SDL_Surface;
 

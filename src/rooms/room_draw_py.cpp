@@ -6,14 +6,14 @@
 #include <cstdio>
 #include <ctime>
 
-#include "korvel/background.h"
-#include "korvel/compat.h"
-#include "korvel/globals.h"
-#include "korvel/methods.h"
-#include "korvel/ref.h"
-#include "korvel/room.h"
-#include "rooms/names.h"
-#include "rooms/view_draw.h"
+#include "korvel_py/background.h"
+#include "korvel_py/compat.h"
+#include "korvel_py/globals.h"
+#include "korvel_py/methods.h"
+#include "korvel_py/ref.h"
+#include "korvel_py/room.h"
+#include "rooms/names_py.h"
+#include "rooms/view_draw_py.h"
 
 namespace {
 
