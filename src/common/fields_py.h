@@ -6,8 +6,8 @@
 #include <cstdint>
 #include <span>
 
-#include "korvel/common.h"
-#include "korvel/ref.h"
+#include "korvel_py/common.h"
+#include "korvel_py/ref.h"
 
 namespace korvel {
 
