@@ -168,8 +168,8 @@ PySequenceMethods Floatlist8_as_sequence = {
 };
 
 PyMethodDef Floatlist8_methods[] = {
-    {"__reduce__", Floatlist8_reduce, METH_VARARGS, nullptr},
-    {"__setstate__", Floatlist8_setstate, METH_VARARGS, nullptr},
+    {"__reduce__", Floatlist8_reduce, METH_VARARGS, "__reduce__($self, /, *args)\n--\n\n"},
+    {"__setstate__", Floatlist8_setstate, METH_VARARGS, "__setstate__($self, state, /)\n--\n\n"},
     {nullptr, nullptr, 0, nullptr}};
 
 }  // namespace

@@ -61,72 +61,137 @@ PyObject* init_subsystems(PyObject*, PyObject*) {
 namespace {
 
 PyMethodDef KorvelDefs[] = {
-    {"breakable", breakable, METH_VARARGS, "A hook for GDB."},
+    {"breakable", breakable, METH_VARARGS,
+     "breakable($module, /, *args)\n--\n\n"
+     "A hook for GDB."},
     {"fast_draw_gradient_v", fast_draw_gradient_v, METH_VARARGS,
+     "fast_draw_gradient_v($module, surface, x1, y1, x2, y2, col_t, col_b, alpha, /)\n--\n\n"
      "Draw a vertical gradient, with alpha blending."},
     {"fast_draw_gradients_vc", fast_draw_gradients_vc, METH_VARARGS,
+     "fast_draw_gradients_vc($module, surface, x1, y1, x2, y2, col_t1, col_b1, alpha1, col_2, "
+     "alpha2, /)\n--\n\n"
      "Draw a vertical translucent gradient, then fill translucently."},
     {"fast_draw_gradients_vv", fast_draw_gradients_vv, METH_VARARGS,
+     "fast_draw_gradients_vv($module, surface, x1, y1, x2, y2, col_t1, col_b1, alpha1, col_t2, "
+     "col_b2, alpha2, /)\n--\n\n"
      "Draw two vertical translucent gradients."},
     {"fast_draw_gradients_vcv", fast_draw_gradients_vcv, METH_VARARGS,
+     "fast_draw_gradients_vcv($module, surface, x1, y1, x2, y2, col_t1, col_b1, alpha1, col_2, "
+     "alpha2, col_t3, col_b3, alpha3, /)\n--\n\n"
      "Draw a vertical gradient, a constant, and another vgrad, each alphablent."},
     {"fast_draw_gradients_vcvvc", fast_draw_gradients_vcvvc, METH_VARARGS,
+     "fast_draw_gradients_vcvvc($module, surface, x1, y1, x2, y2, col_t1, col_b1, alpha1, col_2, "
+     "alpha2, col_t3, col_b3, alpha3, col_t4, col_b4, alpha4, col_5, alpha5, /)\n--\n\n"
      "More complex gradients."},
     {"fast_draw_rectangle_color", fast_draw_rectangle_color, METH_VARARGS,
+     "fast_draw_rectangle_color($module, x1, y1, x2, y2, col_tl, col_tr, col_br, col_bl, alphaf, "
+     "outline, /)\n--\n\n"
      "C core for draw_rectangle_color."},
-    {"draw_rectangle", draw_rectangle, METH_VARARGS, "Draw a rectangle."},
+    {"draw_rectangle", draw_rectangle, METH_VARARGS,
+     "draw_rectangle($module, x1, y1, x2, y2, outline=0.0, /)\n--\n\n"
+     "Draw a rectangle."},
     {"fill_translucent", fill_translucent, METH_VARARGS,
+     "fill_translucent($module, surface, x1, y1, x2, y2, color, alpha, /)\n--\n\n"
      "Draw a rectangle, possibly with alpha blending."},
-    {"init_subsystems", init_subsystems, METH_VARARGS, "Initialize the subsystem variables."},
-    {"CParticle_new", CParticle_new, METH_VARARGS, "Create a new particle."},
+    {"init_subsystems", init_subsystems, METH_VARARGS,
+     "init_subsystems($module, /, *args)\n--\n\n"
+     "Initialize the subsystem variables."},
+    {"CParticle_new", CParticle_new, METH_VARARGS,
+     "CParticle_new($module, pt, x, y, /)\n--\n\n"
+     "Create a new particle."},
     {"CParticle_new_size_color", CParticle_new_size_color, METH_VARARGS,
+     "CParticle_new_size_color($module, pt, x, y, size, color, /)\n--\n\n"
      "Create a new particle of a given size and color."},
-    {"CParticle_step", CParticle_step, METH_VARARGS, "Per-particle step function."},
+    {"CParticle_step", CParticle_step, METH_VARARGS,
+     "CParticle_step($module, p, /)\n--\n\n"
+     "Per-particle step function."},
     {"CParticle_dec_ttl", CParticle_dec_ttl, METH_VARARGS,
+     "CParticle_dec_ttl($module, p, /)\n--\n\n"
      "Decrement the particle TTL and return the new value."},
     {"CParticle_dec_ttl_and_render", CParticle_dec_ttl_and_render, METH_VARARGS,
+     "CParticle_dec_ttl_and_render($module, p, xoff, yoff, /)\n--\n\n"
      "Decrement the particle TTL and render if the particle still should exist."},
     {"CParticle_attach_beancounter", CParticle_attach_beancounter, METH_VARARGS,
+     "CParticle_attach_beancounter($module, p, counter, /)\n--\n\n"
      "Attach a beancounter to the particle.  The beancounter will be increased.  Destroying "
      "the particle will decrease it.  If there is a preexisting beancounter, it will be "
      "decreased."},
     {"CParticle_type_cache_clear", CParticle_type_cache_clear, METH_VARARGS,
+     "CParticle_type_cache_clear($module, pt, /)\n--\n\n"
      "Remove cache of prerendered particle surfaces for this type."},
-    {"flip_vh", py_flip_vh, METH_VARARGS, "Flip a surface."},
-    {"flip_v", py_flip_v, METH_VARARGS, "Flip a surface."},
-    {"flip_h", py_flip_h, METH_VARARGS, "Flip a surface."},
+    {"flip_vh", py_flip_vh, METH_VARARGS,
+     "flip_vh($module, surface, /)\n--\n\n"
+     "Flip a surface."},
+    {"flip_v", py_flip_v, METH_VARARGS,
+     "flip_v($module, surface, /)\n--\n\n"
+     "Flip a surface."},
+    {"flip_h", py_flip_h, METH_VARARGS,
+     "flip_h($module, surface, /)\n--\n\n"
+     "Flip a surface."},
     {"part_type_alpha2", part_type_alpha2, METH_VARARGS,
+     "part_type_alpha2($module, pt, start, end, /)\n--\n\n"
      "Set start and end alphas, linear interpolation."},
-    {"part_type_alpha3", part_type_alpha3, METH_VARARGS, "Set start/half/end alphas."},
-    {"part_type_blend", part_type_blend, METH_VARARGS, "Set particle blend mode flag."},
+    {"part_type_alpha3", part_type_alpha3, METH_VARARGS,
+     "part_type_alpha3($module, pt, start, half, end, /)\n--\n\n"
+     "Set start/half/end alphas."},
+    {"part_type_blend", part_type_blend, METH_VARARGS,
+     "part_type_blend($module, pt, mode, /)\n--\n\n"
+     "Set particle blend mode flag."},
     {"part_type_color3", part_type_color3, METH_VARARGS,
+     "part_type_color3($module, pt, start, half, end, /)\n--\n\n"
      "Lowlevel color3 implementation.  Expects ints."},
-    {"part_type_create", part_type_create, METH_VARARGS, "C implementation of part_type_create."},
+    {"part_type_create", part_type_create, METH_VARARGS,
+     "part_type_create($module, /, *args)\n--\n\n"
+     "C implementation of part_type_create."},
     {"part_type_direction", part_type_direction, METH_VARARGS,
+     "part_type_direction($module, pt, min, max, incr, wiggle, /)\n--\n\n"
      "Set the direction min/max/incr/wiggle."},
-    {"part_type_gravity", part_type_gravity, METH_VARARGS, "Set the gravity strength and angle."},
+    {"part_type_gravity", part_type_gravity, METH_VARARGS,
+     "part_type_gravity($module, pt, amount, direction, /)\n--\n\n"
+     "Set the gravity strength and angle."},
     {"part_type_life", part_type_life, METH_VARARGS,
+     "part_type_life($module, pt, min, max, /)\n--\n\n"
      "Set the particle minimum and maximum lifespan in frames."},
     {"part_type_orientation", part_type_orientation, METH_VARARGS,
+     "part_type_orientation($module, pt, min, max, incr, wiggle, relative, /)\n--\n\n"
      "Set the orientation min/max/incr/wiggle/relativity for this particle type."},
     {"part_type_scale", part_type_scale, METH_VARARGS,
+     "part_type_scale($module, pt, xscale, yscale, /)\n--\n\n"
      "Set the x and y scale factors for the particle type."},
-    {"part_type_shape", part_type_shape, METH_VARARGS, "Set the shape of a particle type."},
-    {"part_type_size", part_type_size, METH_VARARGS, "Set min/max/incr/wiggle for particle size."},
+    {"part_type_shape", part_type_shape, METH_VARARGS,
+     "part_type_shape($module, pt, shape, /)\n--\n\n"
+     "Set the shape of a particle type."},
+    {"part_type_size", part_type_size, METH_VARARGS,
+     "part_type_size($module, pt, min, max, incr, wiggle, /)\n--\n\n"
+     "Set min/max/incr/wiggle for particle size."},
     {"part_type_speed", part_type_speed, METH_VARARGS,
+     "part_type_speed($module, pt, min, max, incr, wiggle, /)\n--\n\n"
      "Set min/max/incr/wiggle por particle speed."},
     {"part_type_sprite", part_type_sprite, METH_VARARGS,
+     "part_type_sprite($module, pt, sprite, animate, stretch, random, /)\n--\n\n"
      "Set particle type to use a sprite/animated/stretched/random"},
     {"rotoscale", rotoscale, METH_VARARGS,
+     "rotoscale($module, surface, xscale, yscale, clockwise, /)\n--\n\n"
      "Rotate and scale a Pygame surface; return a new Pygame surface."},
-    {"scale", scale, METH_VARARGS, "Scale a Pygame surface."},
-    {"set_SDL_screen", set_SDL_screen, METH_VARARGS, "Store the SDL screen in a C variable."},
+    {"scale", scale, METH_VARARGS,
+     "scale($module, surface, xscale, yscale, /)\n--\n\n"
+     "Scale a Pygame surface."},
+    {"set_SDL_screen", set_SDL_screen, METH_VARARGS,
+     "set_SDL_screen($module, screen, /)\n--\n\n"
+     "Store the SDL screen in a C variable."},
     {"RegisterInstancesDict", RegisterInstancesDict, METH_VARARGS,
+     "RegisterInstancesDict($module, instances, base_type, zero_type, particlesystem_type, "
+     "/)\n--\n\n"
      "Store data for InstanceList."},
     {"TamSprite_from_surface", TamSprite_from_surface, METH_VARARGS,
+     "TamSprite_from_surface($module, surface, name=None, /)\n--\n\n"
      "Create a new TamSprite from a Pygame surface."},
-    {"Room_Draw", Room_Draw, METH_VARARGS, "Draw the current room."},
-    {"draw_sprite_ext", draw_sprite_ext, METH_VARARGS, "Draw a sprite."},
+    {"Room_Draw", Room_Draw, METH_VARARGS,
+     "Room_Draw($module, room, surface, /)\n--\n\n"
+     "Draw the current room."},
+    {"draw_sprite_ext", draw_sprite_ext, METH_VARARGS,
+     "draw_sprite_ext($module, /, *args)\n--\n\n"
+     "Draw a sprite."},
     {nullptr, nullptr, 0, nullptr}};
 
 PyModuleDef korvel_module = {PyModuleDef_HEAD_INIT, "korvel", nullptr, -1, KorvelDefs,

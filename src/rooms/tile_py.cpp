@@ -63,8 +63,8 @@ PyObject* RoomTileData_setstate(PyObject* self, PyObject* args) {
 }
 
 PyMethodDef RoomTileData_methods[] = {
-    {"__reduce__", RoomTileData_reduce, METH_VARARGS, nullptr},
-    {"__setstate__", RoomTileData_setstate, METH_VARARGS, nullptr},
+    {"__reduce__", RoomTileData_reduce, METH_VARARGS, "__reduce__($self, /, *args)\n--\n\n"},
+    {"__setstate__", RoomTileData_setstate, METH_VARARGS, "__setstate__($self, state, /)\n--\n\n"},
     {nullptr, nullptr, 0, nullptr}};
 
 PyObject* RoomTileData_int(PyObject* o) { return PyLong_FromLong(tile(o)->id); }

@@ -109,8 +109,10 @@ PyMemberDef BackgroundData_members[] = {
     {nullptr, 0, 0, 0, nullptr}};
 
 PyMethodDef BackgroundData_methods[] = {
-    {"__reduce__", BackgroundData_reduce, METH_VARARGS, nullptr},
-    {"__setstate__", BackgroundData_setstate, METH_VARARGS, "Unpickler"},
+    {"__reduce__", BackgroundData_reduce, METH_VARARGS, "__reduce__($self, /, *args)\n--\n\n"},
+    {"__setstate__", BackgroundData_setstate, METH_VARARGS,
+     "__setstate__($self, state, /)\n--\n\n"
+     "Unpickler"},
     {nullptr, nullptr, 0, nullptr}};
 
 }  // namespace

@@ -126,11 +126,17 @@ PySequenceMethods InstanceList_as_sequence = {
 };
 
 PyMethodDef InstanceList_methods[] = {
-    {"append", InstanceList_append, METH_VARARGS, "Add an instance"},
-    {"remove", InstanceList_remove, METH_VARARGS, "Remove an instance."},
-    {"insert", InstanceList_insert, METH_VARARGS, "Insert an instance into the list."},
-    {"__reduce__", InstanceList_reduce, METH_VARARGS, nullptr},
-    {"__setstate__", InstanceList_setstate, METH_VARARGS, nullptr},
+    {"append", InstanceList_append, METH_VARARGS,
+     "append($self, instance, /)\n--\n\n"
+     "Add an instance"},
+    {"remove", InstanceList_remove, METH_VARARGS,
+     "remove($self, instance, /)\n--\n\n"
+     "Remove an instance."},
+    {"insert", InstanceList_insert, METH_VARARGS,
+     "insert($self, index, instance, /)\n--\n\n"
+     "Insert an instance into the list."},
+    {"__reduce__", InstanceList_reduce, METH_VARARGS, "__reduce__($self, /, *args)\n--\n\n"},
+    {"__setstate__", InstanceList_setstate, METH_VARARGS, "__setstate__($self, state, /)\n--\n\n"},
     {nullptr, nullptr, 0, nullptr}};
 
 }  // namespace

@@ -173,8 +173,10 @@ PyMemberDef TamSprite_members[] = {
 #undef OBJECT_MEMBER
 
 PyMethodDef TamSprite_methods[] = {
-    {"__reduce__", TamSprite_reduce, METH_VARARGS, nullptr},
-    {"__setstate__", TamSprite_setstate, METH_VARARGS, "Unpickler"},
+    {"__reduce__", TamSprite_reduce, METH_VARARGS, "__reduce__($self, /, *args)\n--\n\n"},
+    {"__setstate__", TamSprite_setstate, METH_VARARGS,
+     "__setstate__($self, state, /)\n--\n\n"
+     "Unpickler"},
     {nullptr, nullptr, 0, nullptr}};
 
 }  // namespace
