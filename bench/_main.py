@@ -166,8 +166,8 @@ def main():
     for t in tables:
         print_table(t)
     if args.compare:
-        compare(committed, figures)
-        return
+        # a flagged figure fails the run, so a script can stop on it
+        raise SystemExit(1 if compare(committed, figures) else 0)
     if args.names or args.quick:
         return  # a partial or short run is printed only
     machine = (f"{model}, {os.cpu_count()} cores (shared with other work; load average "
