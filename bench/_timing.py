@@ -1,22 +1,9 @@
 """Shared timing for the benchmarks: warm up, repeat, keep the best."""
 import json
 import os
-import statistics
 import subprocess
 import sys
 import time
-
-
-def measure(fn, reps=50, warmup=5):
-    """(best, median) wall time of fn() in seconds."""
-    for _ in range(warmup):
-        fn()
-    times = []
-    for _ in range(reps):
-        t0 = time.perf_counter()
-        fn()
-        times.append(time.perf_counter() - t0)
-    return min(times), statistics.median(times)
 
 
 def best(fn, reps=50, warmup=5):
@@ -25,7 +12,14 @@ def best(fn, reps=50, warmup=5):
     Other work on a shared machine only ever adds time, so the minimum is the
     figure closest to what the code itself costs.
     """
-    return measure(fn, reps, warmup)[0]
+    for _ in range(warmup):
+        fn()
+    times = []
+    for _ in range(reps):
+        t0 = time.perf_counter()
+        fn()
+        times.append(time.perf_counter() - t0)
+    return min(times)
 
 
 def machine():

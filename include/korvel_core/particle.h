@@ -78,8 +78,8 @@ int32_t dec_ttl(Particle& p);
 
 // Age fraction: 1.0 at birth, 0.5 at half-life, towards 0 at death.
 float age_of(const Particle& p);
-// c1 weighted by e/256, c2 by (256 - e)/256, with the design's per-lane
-// roundings and int32 wrap-around; the top byte is dropped.
+// c1 weighted by e/256, c2 by (256 - e)/256, each lane shifted down by 8 on
+// its own, with int32 wrap-around; the top byte is dropped.
 uint32_t age_mix(uint32_t c1, uint32_t c2, int32_t e);
 uint32_t DesiredTint_part_tam(const Particle& p, float pos);
 uint32_t DesiredTint_type(const TypeParams& t, float pos);

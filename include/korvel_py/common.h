@@ -44,8 +44,6 @@ KORVEL_EXPORT PyObject* GetFirstInstance(PyObject* o);
 
 namespace korvel {
 
-// guard: the stored screen, or null with RuntimeError before set_SDL_screen.
-SDL_Surface* stored_screen();
 // Finds self by identity in tam6.game.<seqname>: 1 with *pos set, 0 when
 // absent (or tam6 unbound), -1 with an exception when the list is missing.
 int sequence_position(PyObject* self, const char* seqname, Py_ssize_t* pos);

@@ -1,14 +1,11 @@
-// The one layer between korvel and pygame 2 / SDL 2. SDL 1.2 idioms that the
-// drawing code is written in (per-surface alpha, colour keys, display-format
-// conversion) map here onto their SDL 2 replacements; no other file calls
-// those replacements directly, and only compat_py.cpp includes pygame's headers.
+// The layer between korvel and pygame 2: pygame Surfaces to SDL surfaces
+// and back, and the stored screen. Only compat_py.cpp includes pygame's
+// headers. The SDL-only part, which the core uses, is korvel/sdl_compat.h.
 #pragma once
 #include <Python.h>
 #include <SDL.h>
 
-#include <cstdint>
-
-#include "korvel/pixels/pixel_view.h"
+#include "korvel/sdl_compat.h"
 
 namespace korvel::compat {
 
@@ -27,49 +24,10 @@ SDL_Surface* surface_of(PyObject* o);
 SDL_Surface* surface32_of(PyObject* o);
 // The pixels of a 32-bit surface, or false with TypeError / ValueError set.
 bool view32_of(PyObject* o, pixels::PixelView* view);
-pixels::PixelView view_of(SDL_Surface* s);
 
-// SDL_SetAlpha(s, SDL_SRCALPHA, alpha): blend mode BLEND, and the per-surface
-// alpha only where the format has no alpha mask, as SDL 1.2 ignored it there.
-int set_alpha(SDL_Surface* s, uint8_t alpha);
-// SDL_DisplayFormatAlpha: an ARGB8888 copy with blend mode BLEND.
-SDL_Surface* display_format_alpha(SDL_Surface* s);
-// SDL_ConvertSurface with SDL 1.2 flags 0 (plain copy in fmt) or with
-// SDL_SRCALPHA (the copy then blends when blitted).
-SDL_Surface* convert_surface(SDL_Surface* s, const SDL_PixelFormat* fmt, bool srcalpha);
-// SDL_CreateRGBSurface(flags, ...) with the per-surface alpha flag carried over.
-SDL_Surface* create_rgb_surface(bool srcalpha, int w, int h, int depth, uint32_t rmask,
-                                uint32_t gmask, uint32_t bmask, uint32_t amask);
-// As create_rgb_surface for a 32-bit surface, but the pixels are left as
-// allocated, not cleared: for callers that write every byte of them.
-SDL_Surface* create_rgb_surface32_uncleared(bool srcalpha, int w, int h, uint32_t rmask,
-                                            uint32_t gmask, uint32_t bmask, uint32_t amask);
-// SDL_SRCALPHA: whether the surface blends when blitted.
-bool has_srcalpha(SDL_Surface* s);
-// A copy of from's palette for to, when both have one (8-bit surfaces).
-void copy_palette(SDL_Surface* from, SDL_Surface* to);
-// SDL_SRCCOLORKEY and the format's colour key.
-bool get_colorkey(SDL_Surface* s, uint32_t* key);
-int set_colorkey(SDL_Surface* s, uint32_t key);
-// SDL_UpperBlit, with the rectangles narrowed to SDL 1.2's 16-bit fields.
-int blit(SDL_Surface* src, SDL_Rect* srcrect, SDL_Surface* dst, SDL_Rect* dstrect);
-
-// Locks a surface for the life of the object, only when SDL_MUSTLOCK says so.
-class SurfaceLock {
- public:
-  explicit SurfaceLock(SDL_Surface* s);
-  ~SurfaceLock();
-  SurfaceLock(const SurfaceLock&) = delete;
-  SurfaceLock& operator=(const SurfaceLock&) = delete;
-
- private:
-  SDL_Surface* s_;
-  bool locked_;
-};
-
-// The stored screen's SDL surface, read through the stored pygame object
-// (pygame keeps it current when the display changes). guard: RuntimeError
-// when no screen was stored.
+// The one accessor of the stored screen: its live SDL surface, read through
+// the stored pygame object. guard: RuntimeError when no screen was stored or
+// its display was closed.
 SDL_Surface* screen();
 // As screen(), plus ValueError unless it has 32 bits per pixel.
 SDL_Surface* screen32();

@@ -6,11 +6,9 @@
 
 #include <cstdint>
 
-struct SDL_Surface;
-
-// The stored screen (set_SDL_screen).
+// The stored screen (set_SDL_screen). Drawing reads its live SDL surface
+// through korvel::compat::screen(), never a kept pointer.
 extern PyObject* g_screen_pyobj;
-extern SDL_Surface* g_screen;
 extern uint32_t COLOR_WHITE;
 extern PyTypeObject* g_cobject_type_pointer;
 
@@ -21,7 +19,6 @@ extern PyObject* tamapi__dict__;
 
 // Frame-rate count (Room_Draw) and the scale of the view being drawn.
 extern long this_second;
-extern long last_second;
 extern int current_fps;
 extern double g_view_xscale;
 extern double g_view_yscale;

@@ -13,24 +13,6 @@
 
 using korvel::Ref;
 
-SDL_Surface* korvel::stored_screen() {
-  if (!g_screen_pyobj) {
-    PyErr_SetString(PyExc_RuntimeError, "the screen is not stored (call set_SDL_screen)");
-    return nullptr;
-  }
-  // guard: read afresh from the stored Surface: pygame gives a display a new
-  // SDL surface (and frees the old one) when the display is set up again,
-  // and none once it is closed, so the pointer kept by set_SDL_screen may
-  // point at freed memory
-  g_screen = korvel::compat::is_surface(g_screen_pyobj)
-                 ? korvel::compat::surface_of(g_screen_pyobj)
-                 : nullptr;
-  if (!g_screen)
-    PyErr_SetString(PyExc_RuntimeError,
-                    "the stored screen has no surface any more (call set_SDL_screen)");
-  return g_screen;
-}
-
 long seqi(PyObject* seq, Py_ssize_t idx) {
   // guard: a short state or one that is neither list nor tuple raises
   // IndexError / TypeError instead of reading past the items
@@ -133,7 +115,7 @@ long color_as_int(PyObject* o) {
   Py_ssize_t n = PySequence_Size(o);
   if (n < 0) return -1;
   if (n <= 2) return long(COLOR_WHITE);
-  SDL_Surface* screen = korvel::stored_screen();  // guard: RuntimeError before set_SDL_screen
+  SDL_Surface* screen = korvel::compat::screen();  // guard: RuntimeError before set_SDL_screen
   if (!screen) return -1;
   long c[3];
   for (Py_ssize_t i = 0; i < 3; ++i) {

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "flip/transform.h"
+#include "flip/transform_py.h"
 #include "korvel_py/compat.h"
 #include "korvel_py/methods.h"
 #include "korvel/pixels/truncate.h"
@@ -29,6 +30,25 @@ PyObject* py_flip(PyObject* args, FlipFn flip, bool only_32_bit) {
 }
 
 }  // namespace
+
+bool transform_allowed(SDL_Surface* s, double angle, double xscale, double yscale) {
+  switch (check_transform(s, angle, xscale, yscale)) {
+    case TransformCheck::allowed: return true;
+    case TransformCheck::empty:
+      PyErr_SetString(PyExc_ValueError, "cannot scale or rotate an empty surface");
+      return false;
+    case TransformCheck::not_finite:
+      PyErr_SetString(PyExc_ValueError, "scale factors must be finite");
+      return false;
+    case TransformCheck::mirrored_8_bit:
+      PyErr_SetString(PyExc_ValueError, "an 8-bit surface cannot be mirrored by a negative scale");
+      return false;
+    case TransformCheck::too_large:
+      PyErr_Format(PyExc_MemoryError, "the %dx%d surface would become too large", s->w, s->h);
+      return false;
+  }
+  return false;
+}
 
 PyObject* py_flip_vh(PyObject*, PyObject* args) { return py_flip(args, flip_vh, true); }
 PyObject* py_flip_v(PyObject*, PyObject* args) { return py_flip(args, flip_v, false); }

@@ -10,7 +10,7 @@
 #include <cstring>
 
 #include "flip/flip.h"
-#include "korvel_py/compat.h"
+#include "korvel/sdl_compat.h"
 
 namespace {
 
@@ -86,22 +86,14 @@ SDL_Surface* flip_vh(SDL_Surface* src) {
 
 // guard: the result's size is worked out first, so wild factors raise
 // instead of exhausting memory or overflowing SDL_gfx's int sizes
-bool transform_allowed(SDL_Surface* s, double angle, double xscale, double yscale) {
+TransformCheck check_transform(SDL_Surface* s, double angle, double xscale, double yscale) {
   // guard: SDL_gfx reads the source's first pixel whatever its size
-  if (s->w == 0 || s->h == 0) {
-    PyErr_SetString(PyExc_ValueError, "cannot scale or rotate an empty surface");
-    return false;
-  }
-  if (!std::isfinite(xscale) || !std::isfinite(yscale)) {
-    PyErr_SetString(PyExc_ValueError, "scale factors must be finite");
-    return false;
-  }
+  if (s->w == 0 || s->h == 0) return TransformCheck::empty;
+  if (!std::isfinite(xscale) || !std::isfinite(yscale)) return TransformCheck::not_finite;
   const bool turns = std::fabs(angle) > 0.001;  // SDL_gfx's own test for a turn
   // guard: SDL_gfx reads outside an 8-bit source that it mirrors while only zooming
-  if (!turns && s->format->BytesPerPixel == 1 && (xscale < 0 || yscale < 0)) {
-    PyErr_SetString(PyExc_ValueError, "an 8-bit surface cannot be mirrored by a negative scale");
-    return false;
-  }
+  if (!turns && s->format->BytesPerPixel == 1 && (xscale < 0 || yscale < 0))
+    return TransformCheck::mirrored_8_bit;
   // Any turn of the source fits in a square of this side.
   const double reach =
       (double(s->w) + s->h) * std::max({std::fabs(xscale), std::fabs(yscale), 1.0}) + 2;
@@ -112,9 +104,6 @@ bool transform_allowed(SDL_Surface* s, double angle, double xscale, double yscal
     else
       zoomSurfaceSize(s->w, s->h, xscale, yscale, &w, &h);
   }
-  if (reach >= kMaxReach || double(w) * h * 4 > kMaxResultBytes) {
-    PyErr_Format(PyExc_MemoryError, "the %dx%d surface would become too large", s->w, s->h);
-    return false;
-  }
-  return true;
+  if (reach >= kMaxReach || double(w) * h * 4 > kMaxResultBytes) return TransformCheck::too_large;
+  return TransformCheck::allowed;
 }

@@ -23,7 +23,6 @@
 
 // The stored screen: held for the life of the process once set.
 PyObject* g_screen_pyobj = nullptr;
-SDL_Surface* g_screen = nullptr;
 uint32_t COLOR_WHITE = 0xFFFFFF00;
 PyTypeObject* g_cobject_type_pointer = nullptr;
 
@@ -33,7 +32,6 @@ PyObject* tamapi = nullptr;
 PyObject* tamapi__dict__ = nullptr;
 
 long this_second = -1;
-long last_second = 0;
 int current_fps = 0;
 double g_view_xscale = 0.0;
 double g_view_yscale = 0.0;
@@ -45,7 +43,6 @@ PyObject* set_SDL_screen(PyObject*, PyObject* args) {
   if (!surf) return nullptr;
   Py_INCREF(screen);
   Py_XSETREF(g_screen_pyobj, screen);
-  g_screen = surf;
   COLOR_WHITE = surf->format->Rmask | surf->format->Gmask | surf->format->Bmask;
   Py_RETURN_NONE;
 }

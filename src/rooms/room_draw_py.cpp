@@ -25,7 +25,6 @@ bool count_frame() {
   if (now != this_second) {
     Ref fps = Ref::steal(PyLong_FromLong(current_fps));
     if (!fps || PyObject_SetAttrString(tamapi, "fps", fps.get()) < 0) return false;
-    last_second = this_second;
     this_second = now;
     current_fps = 0;
   }

@@ -165,7 +165,7 @@ void set_runtime_scale(PyObject* xscale, PyObject* yscale) {
 Ref make_port(const View& w) {
   // guard: the port takes the screen's masks, so the screen must be stored,
   // and read afresh, as the drawing so far may have set up the display again
-  SDL_Surface* screen = korvel::stored_screen();
+  SDL_Surface* screen = korvel::compat::screen();
   if (!screen) return Ref();
   // guard: a side no surface can have (SDL 1.2 rectangles were 16-bit) is
   // refused before SDL is asked for gigabytes of port

@@ -5,7 +5,7 @@
 
 namespace {
 
-// The design gives the type no constructor; this one starts the count at 0.
+// Scripts may make a counter themselves: it starts at 0.
 PyObject* Beancounter_new(PyTypeObject* type, PyObject* args, PyObject* kwds) {
   if (!PyArg_ParseTuple(args, ":Beancounter") || (kwds && PyDict_GET_SIZE(kwds) != 0)) {
     if (!PyErr_Occurred())

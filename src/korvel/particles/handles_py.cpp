@@ -88,8 +88,9 @@ bool is_handle(PyObject* o, const char* name) {
 ParticleType_object* particle_type_of(PyObject* o) {
   if (Py_TYPE(o) == &TamVar_Type) {
     PyObject* member = TamVar_unwrap(o);
-    // guard: a TamVar holding anything else fails quietly, as designed, but
-    // with a TypeError instead of a null result without an exception
+    // guard: a TamVar holding anything else prints nothing, unlike a foreign
+    // object below, and fails with a TypeError instead of a null result
+    // without an exception
     if (!is_handle(member, kParticleTypeCapsule)) {
       PyErr_SetString(PyExc_TypeError, "the TamVar does not hold a particle type handle");
       return nullptr;
@@ -110,7 +111,7 @@ CParticle* particle_of(PyObject* o) {
   // One name check, not two: this runs for every particle drawn.
   void* p = Py_TYPE(o) == g_cobject_type_pointer ? PyCapsule_GetPointer(o, kCParticleCapsule)
                                                  : nullptr;
-  // guard: the design takes any object as a particle; only a particle handle passes here
+  // guard: any object used to be taken as a particle; only a particle handle passes here
   if (!p) {
     PyErr_Clear();  // a capsule of another name: ValueError, replaced by the TypeError
     PyErr_Format(PyExc_TypeError, "a particle handle is required, not '%.200s'",

@@ -184,9 +184,9 @@ int32_t CParticle_step_low(Particle& p, const TypeParams& t, DrawFn draw) {
 float age_of(const Particle& p) { return float(double(p.ttl) / double(p.lifespan)); }
 
 uint32_t age_mix(uint32_t c1, uint32_t c2, int32_t e) {
-  // Products wrap in 32 bits and shift arithmetically, as the design's int
-  // arithmetic does; the masks make the outer lanes right even when the sum
-  // reaches the sign bit.
+  // Products wrap in 32 bits and shift arithmetically, as int arithmetic
+  // does, and the particle colours depend on that; the masks make the outer
+  // lanes right even when the sum reaches the sign bit.
   const uint32_t ue = uint32_t(e), un = 256u - uint32_t(e);
   const int32_t lo = int32_t((c1 & 0xFF) * ue + (c2 & 0xFF) * un) >> 8;
   const int32_t mid =

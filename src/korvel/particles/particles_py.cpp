@@ -133,8 +133,8 @@ PyObject* part_type_sprite(PyObject*, PyObject* args) {
   float animate, stretch, random;
   if (!PyArg_ParseTuple(args, "OOfff", &pypt, &sprite, &animate, &stretch, &random))
     return nullptr;
-  // guard: resolved before anything is stored, like the other setters (the
-  // design writes through whatever the handle points to)
+  // guard: resolved before anything is stored, like the other setters, so
+  // a wrong handle is never written through
   ParticleType_object* pt = particle_type_of(pypt);
   if (!pt) return nullptr;
   Py_XSETREF(pt->shape, Py_NewRef(sprite));

@@ -20,7 +20,7 @@ RenderPlan plan_render(const Particle& p, const TypeParams& t, int shape_w, int 
   plan.tint = DesiredTint_part_tam(p, pos);
   plan.alpha = DesiredAlpha(t, pos);
   bool scaled;
-  // The float32 products are kept in the design's order: rounding follows it.
+  // The float32 products keep this order: the rounded sizes depend on it.
   if (t.size_wiggle == 0.0f) {
     plan.w = trunc_i32(float(shape_w) * t.size_xscale * p.size);
     plan.h = trunc_i32(p.size * float(shape_h) * t.size_yscale);

@@ -36,9 +36,9 @@ SDL_Rect rect_centred(const RenderPlan& plan, const SDL_Surface* image) {
                   korvel::particles::centred(plan.y, image->h), 0, 0};
 }
 
-void blit_centred(SDL_Surface* image, const RenderPlan& plan, int blend) {
+void blit_centred(SDL_Surface* image, SDL_Surface* screen, const RenderPlan& plan, int blend) {
   SDL_Rect dst = rect_centred(plan, image);
-  pixels::flagged_blit(image, g_screen, &dst, blend);
+  pixels::flagged_blit(image, screen, &dst, blend);
 }
 
 // The image rotated by angle degrees; the unrotated one is freed. Null when
@@ -51,8 +51,8 @@ SDL_Surface* rotated(SDL_Surface* z, int32_t angle) {
 
 // Darkens an additive image by subtracting from every byte, after converting
 // it to the screen's format; the unconverted image is freed.
-SDL_Surface* darkened(SDL_Surface* z, uint32_t subtrahend) {
-  SDL_Surface* c = korvel::compat::convert_surface(z, g_screen->format, true);
+SDL_Surface* darkened(SDL_Surface* z, const SDL_Surface* screen, uint32_t subtrahend) {
+  SDL_Surface* c = korvel::compat::convert_surface(z, screen->format, true);
   SDL_FreeSurface(z);
   if (c) pixels::satusub(static_cast<uint8_t*>(c->pixels), std::size_t(c->pitch) * c->h, subtrahend);
   return c;
@@ -86,11 +86,11 @@ Ref key_tuple(const ImageKey& k) {
 // dictionary under the key tuple, which is left in key for the caller to
 // store a new image under. 1 when found and blitted, 0 when missing, -1 on
 // error.
-int blit_cached(ParticleType_object* pt, const ImageKey& k, const RenderPlan& plan, int blend,
-                Ref& key) {
+int blit_cached(ParticleType_object* pt, const ImageKey& k, SDL_Surface* screen,
+                const RenderPlan& plan, int blend, Ref& key) {
   if (SDL_Surface* image = indexed_image(pt, k)) {
     ++pt->cache_counts.hits;
-    blit_centred(image, plan, blend);
+    blit_centred(image, screen, plan, blend);
     return 1;
   }
   key = key_tuple(k);
@@ -105,37 +105,36 @@ int blit_cached(ParticleType_object* pt, const ImageKey& k, const RenderPlan& pl
   if (!image) return -1;
   ++pt->cache_counts.hits;
   index_image(pt, k, image);
-  blit_centred(image, plan, blend);
+  blit_centred(image, screen, plan, blend);
   return 1;
 }
 
 // The last steps of a new image: rotated to k's angle, stored under key and
 // blitted. 0 when done or skipped, -1 on error.
 int rotate_store_and_blit(ParticleType_object* pt, const ImageKey& k, PyObject* key,
-                          SDL_Surface* z, const RenderPlan& plan, int blend) {
+                          SDL_Surface* z, SDL_Surface* screen, const RenderPlan& plan,
+                          int blend) {
   if (k.angle != 0) {
     z = rotated(z, k.angle);
     if (!z) return 0;  // guard: a failed rotation skips the particle
   }
   if (!cache_image(pt, k, key, z)) return -1;
-  blit_centred(z, plan, blend);
+  blit_centred(z, screen, plan, blend);
   return 0;
 }
 
-int render_scaled(ParticleType_object* pt, SDL_Surface* shape, const RenderPlan& plan) {
+int render_scaled(ParticleType_object* pt, SDL_Surface* shape, SDL_Surface* screen,
+                  const RenderPlan& plan) {
   const int blend = pt->params.blend;
   const ImageKey k{plan.w, plan.h, plan.tint, plan.alpha, plan.angle, true};
   Ref key;
-  const int hit = blit_cached(pt, k, plan, blend, key);
+  const int hit = blit_cached(pt, k, screen, plan, blend, key);
   if (hit != 0) return hit < 0 ? -1 : 0;
   if (PyDict_Size(pt->cached_surfaces) > kCacheLimit) clear_image_cache(pt);
   const double fx = double(plan.w) / shape->w, fy = double(plan.h) / shape->h;
   // guard: an image SDL_gfx cannot make safely (an 8-bit shape mirrored by
   // a negative size or scale, or one too large) skips the particle
-  if (!transform_allowed(shape, 0.0, fx, fy)) {
-    PyErr_Clear();
-    return 0;
-  }
+  if (check_transform(shape, 0.0, fx, fy) != TransformCheck::allowed) return 0;
   SDL_Surface* z = zoomSurface(shape, fx, fy, SMOOTHING_OFF);
   if (!z) return 0;  // guard: a failed conversion skips the particle
   if (plan.tint != korvel::particles::kUntinted) pixels::Tint_Surface(z, plan.tint);
@@ -143,20 +142,21 @@ int render_scaled(ParticleType_object* pt, SDL_Surface* shape, const RenderPlan&
     if (blend == 0) {
       pixels::Translucentify(z, uint8_t(plan.alpha));
     } else {
-      z = darkened(z, (255 - plan.alpha) * 0x01010101u);
+      z = darkened(z, screen, (255 - plan.alpha) * 0x01010101u);
       if (!z) return 0;  // guard: a failed conversion skips the particle
     }
   }
-  return rotate_store_and_blit(pt, k, key.get(), z, plan, blend);
+  return rotate_store_and_blit(pt, k, key.get(), z, screen, plan, blend);
 }
 
-int render_translucent(ParticleType_object* pt, SDL_Surface* shape, const RenderPlan& plan) {
+int render_translucent(ParticleType_object* pt, SDL_Surface* shape, SDL_Surface* screen,
+                       const RenderPlan& plan) {
   const int blend = pt->params.blend;
   const ImageKey k{plan.w, plan.h, plan.tint, plan.alpha, plan.angle, true};
   Ref key;
-  const int hit = blit_cached(pt, k, plan, blend, key);
+  const int hit = blit_cached(pt, k, screen, plan, blend, key);
   if (hit != 0) return hit < 0 ? -1 : 0;
-  SDL_Surface* z = korvel::compat::convert_surface(shape, g_screen->format, true);
+  SDL_Surface* z = korvel::compat::convert_surface(shape, screen->format, true);
   if (!z) {
     fprintf(stderr, "Error reformatting shapesurf: %s\n", SDL_GetError());
     return 0;  // guard: a failed conversion skips the particle
@@ -169,14 +169,15 @@ int render_translucent(ParticleType_object* pt, SDL_Surface* shape, const Render
     pixels::satusub(static_cast<uint8_t*>(z->pixels), std::size_t(z->pitch) * z->h,
                     ~(a | a << 8 | a << 16 | a << 24));
   }
-  return rotate_store_and_blit(pt, k, key.get(), z, plan, blend);
+  return rotate_store_and_blit(pt, k, key.get(), z, screen, plan, blend);
 }
 
-int render_tinted(ParticleType_object* pt, SDL_Surface* shape, const RenderPlan& plan) {
+int render_tinted(ParticleType_object* pt, SDL_Surface* shape, SDL_Surface* screen,
+                  const RenderPlan& plan) {
   const int blend = pt->params.blend;
   const ImageKey k{plan.w, plan.h, plan.tint, korvel::particles::kOpaque, 0, false};
   Ref key;
-  const int hit = blit_cached(pt, k, plan, blend, key);
+  const int hit = blit_cached(pt, k, screen, plan, blend, key);
   if (hit != 0) return hit < 0 ? -1 : 0;
   SDL_Surface* t = RGBA_copy(shape);
   if (!t) return 0;  // guard: a failed conversion skips the particle
@@ -189,16 +190,17 @@ int render_tinted(ParticleType_object* pt, SDL_Surface* shape, const RenderPlan&
   // One rectangle for both blits: SDL writes its clipped result back into
   // it, and the second blit of the frame the image is made starts there.
   SDL_Rect dst = rect_centred(plan, shape);
-  pixels::flagged_blit(t, g_screen, &dst, blend);
+  pixels::flagged_blit(t, screen, &dst, blend);
   if (PyDict_SetItem(pt->cached_surfaces, key.get(), wrapper.get()) < 0) return -1;
   index_image(pt, k, t);
-  pixels::flagged_blit(t, g_screen, &dst, blend);
+  pixels::flagged_blit(t, screen, &dst, blend);
   return 0;
 }
 
 // Draws one particle of a type whose shape is shape (null: none); 0 when
 // drawn or skipped, -1 with an exception set.
-int particle_render_low(CParticle* p, SDL_Surface* shape, int xoff, int yoff) {
+int particle_render_low(CParticle* p, SDL_Surface* shape, SDL_Surface* screen, int xoff,
+                        int yoff) {
   Ref type_handle = Ref::borrow(p->type);
   ParticleType_object* pt = type_record_of(p);
   if (!shape) return 0;  // guard: a type without a shape draws nothing
@@ -207,10 +209,10 @@ int particle_render_low(CParticle* p, SDL_Surface* shape, int xoff, int yoff) {
       korvel::particles::plan_render(p->state, pt->params, shape->w, shape->h, xoff, yoff);
   switch (plan.kind) {
     case RenderCase::none: return 0;
-    case RenderCase::scaled: return render_scaled(pt, shape, plan);
-    case RenderCase::translucent: return render_translucent(pt, shape, plan);
-    case RenderCase::plain: blit_centred(shape, plan, pt->params.blend); return 0;
-    case RenderCase::tinted: return render_tinted(pt, shape, plan);
+    case RenderCase::scaled: return render_scaled(pt, shape, screen, plan);
+    case RenderCase::translucent: return render_translucent(pt, shape, screen, plan);
+    case RenderCase::plain: blit_centred(shape, screen, plan, pt->params.blend); return 0;
+    case RenderCase::tinted: return render_tinted(pt, shape, screen, plan);
   }
   return 0;
 }
@@ -246,8 +248,9 @@ PyObject* CParticle_dec_ttl_and_render(PyObject*, PyObject* args) {
   CParticle* p = particle_of(handle);
   if (!p) return nullptr;
   // guard: a clear error, before anything moves, instead of drawing through
-  // a null screen or one whose display was set up again (stored_screen)
-  if (!korvel::stored_screen()) return nullptr;
+  // a null screen or one whose display was set up again (compat::screen)
+  SDL_Surface* screen = korvel::compat::screen();
+  if (!screen) return nullptr;
   ParticleType_object* pt = type_record_of(p);
   SDL_Surface* shape = pt->shape ? korvel::compat::surface_of(pt->shape) : nullptr;
   // guard: a sprite shape is not a surface this renderer can draw: TypeError, not a crash
@@ -260,6 +263,6 @@ PyObject* CParticle_dec_ttl_and_render(PyObject*, PyObject* args) {
   const int32_t ttl = korvel::particles::CParticle_step_low(p->state, pt->params, drand48);
   // Nothing between the check and the drawing runs Python code, so the
   // shape is still the type's.
-  if (ttl > 0 && particle_render_low(p, shape, xoff, yoff) < 0) return nullptr;
+  if (ttl > 0 && particle_render_low(p, shape, screen, xoff, yoff) < 0) return nullptr;
   return PyLong_FromLong(ttl);
 }

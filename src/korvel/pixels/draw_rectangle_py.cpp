@@ -66,11 +66,7 @@ PyObject* draw_props() { return korvel::hooked(tamapi_py_draw_props, "py_draw_pr
 // closed (pygame's own drawing would crash on it); a new reference, held
 // while the runtime's code runs, as that code may replace the stored screen
 Ref screen_object() {
-  if (!g_screen_pyobj) {
-    PyErr_SetString(PyExc_RuntimeError, "no screen is stored: call set_SDL_screen first");
-    return Ref();
-  }
-  return Ref::borrow(korvel::stored_screen() ? g_screen_pyobj : nullptr);
+  return Ref::borrow(korvel::compat::screen() ? g_screen_pyobj : nullptr);
 }
 
 PyObject* opaque_fill(float x1, float y1, float x2, float y2) {

@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-#include "korvel_py/compat.h"
+#include "korvel/sdl_compat.h"
 #include "korvel/pixels/blend.h"
 
 namespace korvel::pixels {

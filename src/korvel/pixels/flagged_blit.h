@@ -1,5 +1,5 @@
 // The particle blit: a plain SDL blit or the saturating additive blit, by
-// blend mode. Lives beside the compat layer because mode 0 is SDL's blit.
+// blend mode.
 #pragma once
 #include <SDL.h>
 

@@ -13,7 +13,6 @@ struct PixelView {  // 32-bit pixels; pitch (bytes per row) may exceed w * 4
 
   uint8_t* row(int y) const { return px + std::ptrdiff_t(y) * pitch; }
   uint32_t* row32(int y) const { return reinterpret_cast<uint32_t*>(row(y)); }
-  std::size_t bytes() const { return std::size_t(pitch) * std::size_t(h); }
 };
 
 }  // namespace korvel::pixels

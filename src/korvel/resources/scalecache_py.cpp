@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "flip/transform.h"
+#include "flip/transform_py.h"
 #include "korvel_py/compat.h"
 #include "korvel_py/globals.h"
 #include "korvel_py/methods.h"

@@ -203,7 +203,7 @@ PyObject* TamSprite_from_surface(PyObject*, PyObject* args) {
   if (!PyArg_ParseTuple(args, "O|O", &surface, &name)) return nullptr;
   SDL_Surface* src = korvel::compat::surface_of(surface);  // guard: TypeError for a non-surface
   if (!src) return nullptr;
-  SDL_Surface* screen = korvel::stored_screen();
+  SDL_Surface* screen = korvel::compat::screen();
   if (!screen) return nullptr;
   Ref self = Ref::steal(PyObject_CallNoArgs(reinterpret_cast<PyObject*>(&TamSprite_Type)));
   if (!self) return nullptr;
