@@ -41,7 +41,7 @@ std::vector<Isa> available_isas() {
   return isas;
 }
 
-const Kernels& kernels_for(Isa isa) {
+const Kernels& kernels_for([[maybe_unused]] Isa isa) {
 #ifdef KORVEL_X86_KERNELS
   if (isa == Isa::sse2) return kSse2;
   if (isa == Isa::avx2) return kAvx2;
