@@ -42,10 +42,6 @@ struct Particle {
   float angle;
 };
 
-// Truncation toward zero as the x86 conversion does it: NaN and values out
-// of range give INT32_MIN instead of undefined behaviour.
-int32_t trunc_i32(double v);
-
 // A new type: opaque white (white is the screen's, given), size 1, 30 steps.
 TypeParams default_type(uint32_t white);
 

@@ -7,6 +7,7 @@
 
 #include "common/threeway_py.h"
 #include "korvel_py/ref.h"
+#include "korvel/pixels/truncate.h"
 
 using korvel::Ref;
 
@@ -62,18 +63,11 @@ PyObject* Floatlist8_int(PyObject* self) { return PyLong_FromDouble(as_list(self
 
 PyObject* Floatlist8_float(PyObject* self) { return PyFloat_FromDouble(as_list(self)->f[0]); }
 
-// A whole value truncated to 32 bits; outside that range the processor's
-// truncating conversion gives INT32_MIN, and so does this.
-int32_t truncate_to_int32(double d) {
-  if (d >= -2147483648.0 && d <= 2147483647.0) return int32_t(d);
-  return INT32_MIN;
-}
-
 // Whole values print as integers; any other value prints as the two
 // characters "%f", which is what the list has always shown.
 PyObject* Floatlist8_str(PyObject* self) {
   double d = as_list(self)->f[0];
-  if (d == std::floor(d)) return PyUnicode_FromFormat("%d", int(truncate_to_int32(d)));
+  if (d == std::floor(d)) return PyUnicode_FromFormat("%d", int(korvel::pixels::trunc_i32(d)));
   return PyUnicode_FromString("%f");
 }
 
@@ -198,3 +192,19 @@ PyTypeObject Floatlist8_Type = {
     .tp_methods = Floatlist8_methods,
     .tp_new = Floatlist8_new,
 };
+
+// guard: scripts may store anything in a list field
+Floatlist8* Floatlist8_of(PyObject* o, const char* owner, const char* field) {
+  if (!o || Py_TYPE(o) != &Floatlist8_Type) {
+    PyErr_Format(PyExc_TypeError, "%s.%s must be a Floatlist8, not '%.200s'", owner, field,
+                 Py_TYPE(o ? o : Py_None)->tp_name);
+    return nullptr;
+  }
+  return reinterpret_cast<Floatlist8*>(o);
+}
+
+bool read_slot(PyObject* o, const char* owner, const char* field, int v, double* out) {
+  Floatlist8* l = Floatlist8_of(o, owner, field);
+  if (l) *out = l->f[v];
+  return l != nullptr;
+}

@@ -15,11 +15,13 @@
 #include "korvel_py/globals.h"
 #include "korvel_py/ref.h"
 #include "korvel_py/room.h"
+#include "korvel/pixels/truncate.h"
 #include "rooms/names_py.h"
 
 namespace {
 
 using korvel::Ref;
+using korvel::pixels::trunc_saturated;
 using korvel::rooms::Name;
 using korvel::rooms::attribute;
 
@@ -59,31 +61,6 @@ class ErrorStash {
 // The largest port side: SDL 1.2 rectangles were 16-bit.
 constexpr int kMaxPortSide = 32767;
 
-// guard: a setting outside int's range (or NaN) truncates to a bounded int
-// instead of undefined behaviour
-int trunc_int(double d) {
-  if (std::isnan(d)) return 0;
-  if (d <= double(INT_MIN)) return INT_MIN;
-  if (d >= double(INT_MAX)) return INT_MAX;
-  return int(d);
-}
-
-// guard: scripts may store anything in a room's list fields
-Floatlist8* floatlist(PyObject* o, const char* field) {
-  if (!o || Py_TYPE(o) != &Floatlist8_Type) {
-    PyErr_Format(PyExc_TypeError, "TamRoom.%s must be a Floatlist8, not '%.200s'", field,
-                 Py_TYPE(o ? o : Py_None)->tp_name);
-    return nullptr;
-  }
-  return reinterpret_cast<Floatlist8*>(o);
-}
-
-bool read_slot(PyObject* list, const char* field, int v, double* out) {
-  Floatlist8* l = floatlist(list, field);
-  if (l) *out = l->f[v];
-  return l != nullptr;
-}
-
 // One view's settings, copied out of the room before any runtime code runs.
 struct View {
   int v;
@@ -92,17 +69,17 @@ struct View {
 
 bool read_view(const TamRoom* r, int v, View* w) {
   w->v = v;
-  return read_slot(r->view_xview, "view_xview", v, &w->xview) &&
-         read_slot(r->view_yview, "view_yview", v, &w->yview) &&
-         read_slot(r->view_object, "view_object", v, &w->object) &&
-         read_slot(r->view_hborder, "view_hborder", v, &w->hborder) &&
-         read_slot(r->view_vborder, "view_vborder", v, &w->vborder) &&
-         read_slot(r->view_wview, "view_wview", v, &w->wview) &&
-         read_slot(r->view_hview, "view_hview", v, &w->hview) &&
-         read_slot(r->view_xport, "view_xport", v, &w->xport) &&
-         read_slot(r->view_yport, "view_yport", v, &w->yport) &&
-         read_slot(r->view_wport, "view_wport", v, &w->wport) &&
-         read_slot(r->view_hport, "view_hport", v, &w->hport);
+  return read_slot(r->view_xview, "TamRoom", "view_xview", v, &w->xview) &&
+         read_slot(r->view_yview, "TamRoom", "view_yview", v, &w->yview) &&
+         read_slot(r->view_object, "TamRoom", "view_object", v, &w->object) &&
+         read_slot(r->view_hborder, "TamRoom", "view_hborder", v, &w->hborder) &&
+         read_slot(r->view_vborder, "TamRoom", "view_vborder", v, &w->vborder) &&
+         read_slot(r->view_wview, "TamRoom", "view_wview", v, &w->wview) &&
+         read_slot(r->view_hview, "TamRoom", "view_hview", v, &w->hview) &&
+         read_slot(r->view_xport, "TamRoom", "view_xport", v, &w->xport) &&
+         read_slot(r->view_yport, "TamRoom", "view_yport", v, &w->yport) &&
+         read_slot(r->view_wport, "TamRoom", "view_wport", v, &w->wport) &&
+         read_slot(r->view_hport, "TamRoom", "view_hport", v, &w->hport);
 }
 
 bool number_attribute(PyObject* o, const char* name, double* out) {
@@ -134,7 +111,7 @@ double clamp_to_room(double pos, double size, int room_size) {
 
 // Moves the view onto the first instance of the object it follows.
 void follow(TamRoom* r, View* w) {
-  const int fo = trunc_int(w->object);
+  const int fo = trunc_saturated(w->object);
   if (fo < 0) return;
   Ref instance = Ref::steal(followed_instance(fo));
   double x, y;
@@ -145,8 +122,8 @@ void follow(TamRoom* r, View* w) {
   const double vy = clamp_to_room(y - w->vborder, w->hview, r->room_height);
   if (vx != w->xview || vy != w->yview) {
     // read again: the runtime code run above may have replaced the lists
-    Floatlist8* xl = floatlist(r->view_xview, "view_xview");
-    Floatlist8* yl = floatlist(r->view_yview, "view_yview");
+    Floatlist8* xl = Floatlist8_of(r->view_xview, "TamRoom", "view_xview");
+    Floatlist8* yl = Floatlist8_of(r->view_yview, "TamRoom", "view_yview");
     if (!xl || !yl) return;
     xl->f[w->v] = vx;
     yl->f[w->v] = vy;
@@ -169,7 +146,7 @@ Ref make_port(const View& w) {
   if (!screen) return Ref();
   // guard: a side no surface can have (SDL 1.2 rectangles were 16-bit) is
   // refused before SDL is asked for gigabytes of port
-  const int pw = trunc_int(w.wport), ph = trunc_int(w.hport);
+  const int pw = trunc_saturated(w.wport), ph = trunc_saturated(w.hport);
   if (pw > kMaxPortSide || ph > kMaxPortSide) {
     PyErr_Format(PyExc_ValueError, "view port %d x %d is larger than a surface can be", pw, ph);
     return Ref();
@@ -241,7 +218,7 @@ void draw_view_backgrounds(PyObject* room, PyObject* surface_py, const View& w,
   SDL_Surface* target = korvel::compat::surface_of(surface_py);
   SDL_Surface* from = korvel::compat::surface_of(scale.port.get());
   if (!target || !from) return;
-  SDL_Rect at{trunc_int(w.xport), trunc_int(w.yport), 0, 0};
+  SDL_Rect at{trunc_saturated(w.xport), trunc_saturated(w.yport), 0, 0};
   if (korvel::compat::blit(from, nullptr, target, &at) != 0)
     PyErr_Format(PyExc_RuntimeError, "SDL could not blit the view port: %s", SDL_GetError());
 }
@@ -420,7 +397,8 @@ int Room_DrawView(PyObject* room, PyObject* surface_py, int x, PyObject* depthso
   e.report("660\n");
   e.report("660 a\n");
   e.report("An error has occurred 661\n");
-  Ref offset = Ref::steal(Py_BuildValue("(ii)", trunc_int(-w.xview), trunc_int(-w.yview)));
+  Ref offset =
+      Ref::steal(Py_BuildValue("(ii)", trunc_saturated(-w.xview), trunc_saturated(-w.yview)));
   bool result = offset && draw_snapshot(depthsorted, x, offset.get(), e);
   offset = Ref();
   e.report("An error has occurred\n");

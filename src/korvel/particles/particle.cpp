@@ -2,12 +2,11 @@
 
 #include <cmath>
 
+#include "korvel/pixels/truncate.h"
+
 namespace korvel::particles {
 
-int32_t trunc_i32(double v) {
-  if (!(v > -2147483649.0 && v < 2147483648.0)) return INT32_MIN;
-  return int32_t(v);
-}
+using pixels::trunc_i32;
 
 TypeParams default_type(uint32_t white) {
   TypeParams t{};

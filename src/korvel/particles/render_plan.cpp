@@ -2,7 +2,11 @@
 
 #include <cstdlib>
 
+#include "korvel/pixels/truncate.h"
+
 namespace korvel::particles {
+
+using pixels::trunc_i32;
 
 namespace {
 

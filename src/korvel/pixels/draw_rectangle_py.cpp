@@ -26,20 +26,14 @@ struct ViewPlacement {
   double xview, yview, xport, yport;
 };
 
-// guard: the room's view lists must be Floatlist8 and view_current one of
-// their eight slots; anything else raises instead of reading past a list
-bool read_slot(PyObject* room, const char* field, long v, double* out) {
+// Item v of the room's list attribute field.
+bool read_attribute_slot(PyObject* room, const char* field, int v, double* out) {
   Ref list = Ref::steal(PyObject_GetAttrString(room, field));
-  if (!list) return false;
-  if (Py_TYPE(list.get()) != &Floatlist8_Type) {
-    PyErr_Format(PyExc_TypeError, "room.%s must be a Floatlist8, not '%.200s'", field,
-                 Py_TYPE(list.get())->tp_name);
-    return false;
-  }
-  *out = reinterpret_cast<Floatlist8*>(list.get())->f[v];
-  return true;
+  return list && read_slot(list.get(), "room", field, v, out);
 }
 
+// guard: the room's view lists must be Floatlist8 and view_current one of
+// their eight slots; anything else raises instead of reading past a list
 bool read_view(PyObject* room, ViewPlacement* p) {
   Ref current = Ref::steal(PyObject_GetAttrString(room, "view_current"));
   if (!current) return false;
@@ -49,9 +43,10 @@ bool read_view(PyObject* room, ViewPlacement* p) {
     PyErr_Format(PyExc_IndexError, "room.view_current %ld is not a view (0 to 7)", v);
     return false;
   }
-  return read_slot(room, "view_xview", v, &p->xview) &&
-         read_slot(room, "view_yview", v, &p->yview) &&
-         read_slot(room, "view_xport", v, &p->xport) && read_slot(room, "view_yport", v, &p->yport);
+  return read_attribute_slot(room, "view_xview", int(v), &p->xview) &&
+         read_attribute_slot(room, "view_yview", int(v), &p->yview) &&
+         read_attribute_slot(room, "view_xport", int(v), &p->xport) &&
+         read_attribute_slot(room, "view_yport", int(v), &p->yport);
 }
 
 // A room coordinate on the screen: rounded half away from zero after the
