@@ -2,16 +2,18 @@
 
 #include <vector>
 
-#include "korvel/resources/opacity.h"
-
-using korvel::resources::PixelMasks;
-using korvel::resources::rewrite_opacity;
+#include "korvel/pixels/blend.h"
 
 namespace {
 
+struct PixelMasks {
+  uint32_t colour, alpha;
+};
+
+// A cached sprite frame's opacity rewrite: alpha on top from 24 bits on.
 std::vector<uint32_t> rewritten(std::vector<uint32_t> words, std::size_t n, int bpp, PixelMasks m,
                                 uint32_t a) {
-  rewrite_opacity(reinterpret_cast<uint8_t*>(words.data()), n, bpp, m, a);
+  korvel::pixels::scale_alpha(words.data(), n, m.colour, m.alpha, a, bpp >= 24);
   return words;
 }
 

@@ -32,11 +32,16 @@ void scale_alpha_scalar(uint32_t* p, std::size_t n, uint32_t colormask, uint32_t
   }
 }
 
+void scale_alpha(uint32_t* p, std::size_t n, uint32_t colormask, uint32_t alphamask, uint32_t a,
+                 bool alpha_on_top) {
+  g_kernels->scale_alpha(p, n, colormask, alphamask, a, alpha_on_top);
+}
+
 void Translucentify(SDL_Surface* surf, uint8_t desiredalpha) {
   const SDL_PixelFormat* f = surf->format;
   const std::size_t n = (std::size_t(surf->pitch) * std::size_t(surf->h)) >> 2;
-  g_kernels->scale_alpha(static_cast<uint32_t*>(surf->pixels), n, f->Rmask | f->Gmask | f->Bmask,
-                         f->Amask, desiredalpha, f->Ashift > 23);
+  scale_alpha(static_cast<uint32_t*>(surf->pixels), n, f->Rmask | f->Gmask | f->Bmask, f->Amask,
+              desiredalpha, f->Ashift > 23);
 }
 
 void additive_blit(const PixelView& src, const PixelView& dst, std::ptrdiff_t srcstart,

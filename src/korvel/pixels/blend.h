@@ -10,6 +10,13 @@
 
 namespace korvel::pixels {
 
+// Each of the n words at p keeps its colormask bits and gets its alphamask
+// bits scaled by a: with alpha_on_top, the word shifted down by 8 times a
+// (the colour bits below the alpha byte feed into it), otherwise the alpha
+// bits times a / 256. Other bits are cleared; unsigned 32-bit arithmetic.
+void scale_alpha(uint32_t* p, std::size_t n, uint32_t colormask, uint32_t alphamask, uint32_t a,
+                 bool alpha_on_top);
+
 // Every word of the buffer, row padding included, gets its alpha scaled by
 // desiredalpha / 256; bits outside the colour and alpha masks are cleared.
 void Translucentify(SDL_Surface* surf, uint8_t desiredalpha);

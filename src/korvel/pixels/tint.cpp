@@ -1,5 +1,6 @@
 #include "korvel/pixels/tint.h"
 
+#include "korvel/pixels/colour.h"
 #include "korvel/pixels/kernels.h"
 
 namespace korvel::pixels {
@@ -15,8 +16,7 @@ void tint_scalar(uint8_t* d, std::size_t n, uint32_t subtractor) {
 }
 
 uint32_t tint_subtractor(const SDL_PixelFormat* fmt, uint32_t tint) {
-  const uint32_t c = 0xFFFFFF - tint;
-  return SDL_MapRGB(fmt, c & 0xFF, (c >> 8) & 0xFF, (c >> 16) & 0xFF) & ~fmt->Amask;
+  return color_for_format(0xFFFFFF - tint, fmt) & ~fmt->Amask;
 }
 
 void Tint_Surface(SDL_Surface* surf, uint32_t tint) {

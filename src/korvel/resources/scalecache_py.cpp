@@ -15,7 +15,7 @@
 #include "korvel_py/globals.h"
 #include "korvel_py/methods.h"
 #include "korvel_py/ref.h"
-#include "korvel/resources/opacity.h"
+#include "korvel/pixels/blend.h"
 #include "korvel_py/sprite.h"
 
 using korvel::Ref;
@@ -104,10 +104,12 @@ bool made_translucent(PyObject* cur, int alpha) {
   compat::SurfaceLock lock(s);
   compat::set_alpha(s, uint8_t(alpha));
   const SDL_PixelFormat* f = s->format;
-  korvel::resources::rewrite_opacity(static_cast<uint8_t*>(s->pixels),
-                                     std::size_t(s->pitch) * std::size_t(s->h) / 4,
-                                     f->BitsPerPixel, {f->Rmask | f->Gmask | f->Bmask, f->Amask},
-                                     uint32_t(alpha));
+  // Every word, row padding included; a 16-bit surface's words hold two
+  // pixels each, rewritten as one word with only the masks of one.
+  korvel::pixels::scale_alpha(static_cast<uint32_t*>(s->pixels),
+                              std::size_t(s->pitch) * std::size_t(s->h) / 4,
+                              f->Rmask | f->Gmask | f->Bmask, f->Amask, uint32_t(alpha),
+                              f->BitsPerPixel >= 24);
   return true;
 }
 
