@@ -5,7 +5,9 @@
 #include <Python.h>
 #include <SDL.h>
 
-#include "korvel/sdl_compat.h"
+namespace korvel::pixels {
+struct PixelView;
+}
 
 namespace korvel::compat {
 

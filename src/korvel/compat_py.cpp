@@ -1,5 +1,6 @@
 #include "korvel_py/compat.h"
 
+#include "korvel/sdl_compat.h"
 #include "korvel_py/globals.h"
 
 // pygame.h defines pygame's slot tables: this is the only file that includes it.

@@ -8,6 +8,7 @@
 
 #include "korvel_py/background.h"
 #include "korvel_py/compat.h"
+#include "korvel/sdl_compat.h"
 #include "korvel_py/globals.h"
 #include "korvel_py/methods.h"
 #include "korvel_py/ref.h"

@@ -11,6 +11,7 @@
 
 #include "korvel_py/common.h"
 #include "korvel_py/compat.h"
+#include "korvel/sdl_compat.h"
 #include "korvel_py/floatlist8.h"
 #include "korvel_py/globals.h"
 #include "korvel_py/ref.h"

@@ -11,6 +11,7 @@
 #include "flip/transform.h"
 #include "korvel_py/common.h"
 #include "korvel_py/compat.h"
+#include "korvel/sdl_compat.h"
 #include "korvel_py/globals.h"
 #include "korvel_py/methods.h"
 #include "korvel_py/particles.h"

@@ -1,6 +1,7 @@
 #include <Python.h>
 
 #include "korvel_py/compat.h"
+#include "korvel/sdl_compat.h"
 #include "korvel_py/methods.h"
 #include "korvel/pixels/fill.h"
 

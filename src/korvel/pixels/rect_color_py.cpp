@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "korvel_py/compat.h"
+#include "korvel/sdl_compat.h"
 #include "korvel_py/methods.h"
 #include "korvel/pixels/rect_color.h"
 

@@ -12,6 +12,7 @@
 #include "flip/transform.h"
 #include "flip/transform_py.h"
 #include "korvel_py/compat.h"
+#include "korvel/sdl_compat.h"
 #include "korvel_py/globals.h"
 #include "korvel_py/methods.h"
 #include "korvel_py/ref.h"

@@ -10,6 +10,7 @@
 #include "common/fields_py.h"
 #include "korvel_py/common.h"
 #include "korvel_py/compat.h"
+#include "korvel/sdl_compat.h"
 #include "korvel_py/globals.h"
 #include "korvel_py/methods.h"
 #include "korvel_py/ref.h"
