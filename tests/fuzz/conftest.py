@@ -11,7 +11,7 @@ from hypothesis import HealthCheck, settings
 import hostile
 
 settings.register_profile(
-    "korvel-fuzz", max_examples=int(os.environ.get("KORVEL_FUZZ_EXAMPLES", "30")),
+    "korvel-fuzz", max_examples=int(os.environ.get("KORVEL_FUZZ_EXAMPLES", "20")),
     deadline=None, database=None, derandomize="KORVEL_FUZZ_EXAMPLES" not in os.environ,
     suppress_health_check=list(HealthCheck), print_blob=True)
 settings.load_profile("korvel-fuzz")
