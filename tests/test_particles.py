@@ -1,6 +1,6 @@
 """Particle types, particles and counters as scripts use them: lives,
 motion, handles and the guards against what is not a handle. Reference
-counts are checked in test_refcounts.py."""
+counts are checked in test_references.py."""
 import datetime
 import math
 
