@@ -68,7 +68,7 @@ def test_KORVEL_ISA_naming_no_runnable_kernel_set_stops_the_import(pin):
     assert (os.environ.get("KORVEL_ISA") or "scalar") in last.split(": ")[-1].split(", ")
 
 
-# The designed doc string of every module function.
+# The doc string of every module function, as scripts and help() see it.
 DOCS = {
     "breakable": "A hook for GDB.",
     "fast_draw_gradient_v": "Draw a vertical gradient, with alpha blending.",
