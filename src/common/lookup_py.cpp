@@ -46,7 +46,7 @@ PyObject* Game_Sequence_Index_F(PyObject* self, const char* seqname) {
 }
 
 PyObject* Game_Sequence_Index_S(PyObject* self, const char* seqname) {
-  Py_ssize_t x;
+  Py_ssize_t x = 0;  // set when found; 0 keeps compilers that cannot see that quiet
   int found = korvel::sequence_position(self, seqname, &x);
   if (found < 0) return nullptr;
   return found ? PyUnicode_FromFormat("%zd", x) : PyUnicode_FromString("-1");

@@ -332,7 +332,8 @@ def run(obj, f, args):
     elif f == "new":
         balanced_call(type(obj), tuple(args[0]))
         attempt(obj.__init__, *args[0])
-    elif f in (setattr, operator.setitem) or f in INPLACE:
+    elif f in (setattr, operator.setitem, delattr, operator.delitem) or f in INPLACE:
+        # a store or delete may release a stored value that held obj itself
         attempt(f, obj, *args)
     else:
         balanced_call(f, (obj, *args))
