@@ -1,9 +1,11 @@
-"""Shared timing for the benchmarks: warm up, repeat, keep the best."""
+"""Shared timing for the benchmarks: warm up, repeat, keep the best; and
+korvel set up for the pixel benchmarks."""
 import json
 import os
 import subprocess
 import sys
 import time
+import warnings
 
 
 def best(fn, reps=50, warmup=5):
@@ -35,3 +37,16 @@ def best_run(script, options, runs, figure):
                              text=True).stdout
         results.append(json.loads(out.strip().splitlines()[-1]))
     return min(results, key=lambda r: r[figure])
+
+
+def korvel_with_pygame(pygame):
+    """korvel imported behind empty stand-in runtime modules, registered with
+    only tamapi.pygame: all the pixel and call benchmarks need."""
+    sys.modules.setdefault("tam6", type(sys)("tam6"))
+    tamapi = sys.modules.setdefault("tamapi", type(sys)("tamapi"))
+    tamapi.pygame = pygame
+    import korvel
+    with warnings.catch_warnings():  # the missing handlers are never called: no word about them
+        warnings.simplefilter("ignore", RuntimeWarning)
+        korvel.RegisterInstancesDict({}, object, object, object)
+    return korvel

@@ -16,13 +16,11 @@ many calls after warm-up:
   per-surface alpha.
 """
 import argparse
-import sys
-import warnings
 
 import pygame
 
 from _report import Row, Table, print_table
-from _timing import best, machine
+from _timing import best, korvel_with_pygame, machine
 
 W, H = 1280, 720
 SIZES = (16, 32, 64)
@@ -97,13 +95,7 @@ def gradient_row(korvel, size, reps):
 
 def collect(reps=2000):
     """One row per operation and size."""
-    sys.modules.setdefault("tam6", type(sys)("tam6"))
-    tamapi = sys.modules.setdefault("tamapi", type(sys)("tamapi"))
-    tamapi.pygame = pygame
-    import korvel
-    with warnings.catch_warnings():  # only tamapi.pygame is needed: no word about the rest
-        warnings.simplefilter("ignore", RuntimeWarning)
-        korvel.RegisterInstancesDict({}, object, object, object)
+    korvel = korvel_with_pygame(pygame)
     rows = []
     for make in (additive_row, fill_row, gradient_row):
         rows += [make(korvel, size, reps) for size in SIZES]

@@ -13,15 +13,13 @@ same size of surface. Peers are timed from Python: a call costs well under
 a microsecond against the hundreds each one takes.
 """
 import argparse
-import sys
-import warnings
 
 import numpy as np
 import pygame
 
 import _kernels
 from _report import Row, print_rows
-from _timing import best, machine
+from _timing import best, korvel_with_pygame, machine
 
 W, H = 1280, 720
 ALPHA = 128
@@ -154,13 +152,7 @@ def python_copy(reps):
 
 def collect(times, reps=200):
     """The rows of every pixel operation."""
-    sys.modules.setdefault("tam6", type(sys)("tam6"))
-    tamapi = sys.modules.setdefault("tamapi", type(sys)("tamapi"))
-    tamapi.pygame = pygame
-    import korvel
-    with warnings.catch_warnings():  # only tamapi.pygame is needed: no word about the rest
-        warnings.simplefilter("ignore", RuntimeWarning)
-        korvel.RegisterInstancesDict({}, object, object, object)
+    korvel = korvel_with_pygame(pygame)
     copy, core_copy = python_copy(reps), times[f"copy/{_kernels.SCREEN}"]
     slow = max(reps // 10, 5)  # the blend-flag peers take milliseconds
     rows = [fill_row(korvel, copy, reps), additive_row(korvel, copy, reps),
