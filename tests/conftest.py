@@ -2,12 +2,10 @@ import os
 import warnings
 
 os.environ.setdefault("SDL_VIDEODRIVER", "dummy")
-# pygame 2.6 warns at import about its own build (blitters without AVX2) and
-# its use of pkg_resources; neither concerns korvel, and they would bury real
-# warnings in every run's summary.
+os.environ.setdefault("PYGAME_HIDE_SUPPORT_PROMPT", "1")
+# pygame 2.6 warns at import about its own build; that would bury real warnings.
 warnings.filterwarnings("ignore", "Your system is avx2 capable but pygame", RuntimeWarning)
 warnings.filterwarnings("ignore", "pkg_resources is deprecated", DeprecationWarning)
-os.environ.setdefault("PYGAME_HIDE_SUPPORT_PROMPT", "1")
 
 import pygame  # noqa: E402
 import pytest  # noqa: E402
@@ -16,8 +14,6 @@ import standins  # noqa: E402
 
 standins.modules()  # registered before korvel binds them by name
 import korvel  # noqa: E402
-
-SCREEN_SIZE = (64, 48)
 
 
 def pytest_configure(config):
@@ -36,7 +32,7 @@ def runtime():
 def screen():
     """The dummy display's screen, stored in korvel, cleared to black."""
     pygame.display.init()
-    surface = pygame.display.set_mode(SCREEN_SIZE, 0, 32)
+    surface = pygame.display.set_mode((64, 48), 0, 32)
     surface.fill((0, 0, 0))
     korvel.set_SDL_screen(surface)
     return surface

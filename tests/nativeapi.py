@@ -1,11 +1,7 @@
-"""ctypes access to korvel's exported native helpers (include/korvel_py/common.h).
-
-The helpers have no module functions of their own; the tests drive them
-through the module's exported C symbols, by name. PyDLL keeps the
-interpreter lock and raises a pending exception after each call; an object
-result is taken over as a new reference, and a null one without an
-exception surfaces as ValueError(NULL_RESULT).
-"""
+"""ctypes access to korvel's exported native helpers (include/korvel_py/common.h),
+which have no module functions of their own. PyDLL keeps the interpreter lock and
+raises a pending exception; an object result is taken over as a new reference, and
+a null one without an exception surfaces as ValueError(NULL_RESULT)."""
 import ctypes
 
 import korvel
@@ -13,19 +9,16 @@ import korvel
 _lib = ctypes.PyDLL(korvel.__file__)
 _decref = ctypes.pythonapi.Py_DecRef
 _decref.argtypes = [ctypes.c_void_p]
-_decref.restype = None
-O = ctypes.py_object
-NULL_RESULT = "PyObject is NULL"
+O, NULL_RESULT = ctypes.py_object, "PyObject is NULL"
 
 
 def _fn(symbol, restype, *argtypes):
-    f = _lib[symbol]  # a fresh function object: one symbol may get two prototypes
-    f.restype = restype
+    f = _lib[symbol]
     f.argtypes = list(argtypes)
+    # ctypes' own object results cannot take a null without an exception.
+    f.restype = ctypes.c_void_p if restype is O else restype
     if restype is not O:
         return f
-    # ctypes' own object results cannot take a null without an exception.
-    f.restype = ctypes.c_void_p
 
     def call(*args):
         address = f(*args)
@@ -40,27 +33,17 @@ def _fn(symbol, restype, *argtypes):
 seqi = _fn("seqi", ctypes.c_long, O, ctypes.c_ssize_t)
 membertuple = _fn("membertuple", O, O, O)
 load_membertuple = _fn("load_membertuple", O, O, O)
-Truth = _fn("Truth", O, ctypes.c_int)
 Object_AsInt_compare = _fn("Object_AsInt_compare", ctypes.c_int, O, O)
 Object_AsInt_richcompare = _fn("Object_AsInt_richcompare", O, O, O, ctypes.c_int)
 color_as_int = _fn("color_as_int", ctypes.c_long, O)
-RGBA_copy = _fn("RGBA_copy", ctypes.c_void_p, ctypes.c_void_p)
 Game_Sequence_Index = _fn("Game_Sequence_Index", O, O, ctypes.c_char_p)
 Game_Sequence_Index_F = _fn("Game_Sequence_Index_F", O, O, ctypes.c_char_p)
 Game_Sequence_Index_S = _fn("Game_Sequence_Index_S", O, O, ctypes.c_char_p)
 invoke_4 = _fn("invoke_4", O, O, O, O, O, O)
 invoke = _fn("invoke", O, O, O)
-# The same entry points with a null callable.
-invoke_null = _fn("invoke", O, ctypes.c_void_p, O)
 PushSelf = _fn("PushSelf", ctypes.c_int, O)
 PopSelf = _fn("PopSelf", None)
 GetFirstInstance = _fn("GetFirstInstance", O, O)
 # sprite_scalecache_add(spr, key, subimg, w, h, clockwise, coloro, colori, alpha, flatten)
-sprite_scalecache_add = _fn("sprite_scalecache_add", O, O, O, ctypes.c_int, ctypes.c_int,
-                            ctypes.c_int, ctypes.c_int, O, ctypes.c_int, ctypes.c_int,
-                            ctypes.c_int)
-
-
-def sdl_surface_pointer(surface):
-    """The SDL_Surface* inside a pygame Surface (the word after the object header)."""
-    return ctypes.c_void_p.from_address(id(surface) + object.__basicsize__).value
+sprite_scalecache_add = _fn("sprite_scalecache_add", O, O, O, *[ctypes.c_int] * 4, O,
+                            *[ctypes.c_int] * 3)
