@@ -8,76 +8,57 @@ import korvel
 from pixelmodel import raw_words
 from test_pickling import SPRITE_INTS, sprite
 
-KINDS = [(korvel.TamSprite, "sprites", SPRITE_INTS, ["name", "subimages", "scalecache"],
-          (None, [], {})),
+KINDS = [(korvel.TamSprite, "sprites", SPRITE_INTS, ["name", "subimages", "scalecache"], (None, [], {})),
          (korvel.BackgroundData, "backgrounds", ["w", "h", "transparent"],
           ["name", "surf", "scaled_data_cache"], (None, None, {}))]
-kinds = pytest.mark.parametrize("cls,game_list,ints,objects,defaults", KINDS,
-                                ids=["sprite", "background"])
 
 
-@kinds
-def test_defaults_and_members(cls, game_list, ints, objects, defaults):
+@pytest.mark.parametrize("cls,ints,objects,defaults", [(c, i, o, d) for c, _, i, o, d in KINDS])
+def test_defaults_and_members(cls, ints, objects, defaults):
     r = cls()
     assert tuple(getattr(r, f) for f in objects) == defaults
-    assert [getattr(r, f) for f in ints] == [0] * len(ints)
     for field in ints:
+        assert getattr(r, field) == 0
         setattr(r, field, -7)
         assert getattr(r, field) == -7
-        with pytest.raises(TypeError):
-            setattr(r, field, "x")
+        pytest.raises(TypeError, setattr, r, field, "x")
     for field in objects:
         delattr(r, field)
-        with pytest.raises(AttributeError):
-            getattr(r, field)
+        pytest.raises(AttributeError, getattr, r, field)
 
 
-@kinds
+# s < other, <=, ==, !=, >, >= for the item at position 3
+COMPARED = {3: [False, True, True, False, False, True], 4.9: [True, True, False, True, False, False],
+            2.5: [False, False, False, True, True, True]}  # 4.9: integer conversion, 4
+
+
+@pytest.mark.parametrize("cls,game_list", [k[:2] for k in KINDS])
 @pytest.mark.parametrize("game", ["list", "tuple", "no game", "no list"])
-def test_conversions_give_the_position_in_the_game_list(runtime, cls, game_list, ints, objects,
-                                                        defaults, game):
-    tam6, _ = runtime
+def test_conversions_and_comparison_by_position_in_the_game_list(runtime, capfd, cls, game_list, game):
+    tam6 = runtime[0]
     items = [cls() for _ in range(5)]
     setattr(tam6.game, game_list, tuple(items) if game == "tuple" else items)
-    third = items[2]
     if game.startswith("no"):
         delattr(*((tam6, "game") if game == "no game" else (tam6.game, game_list)))
         for convert in (int, float, str):
-            with pytest.raises(AttributeError):
-                convert(third)
+            pytest.raises(AttributeError, convert, items[2])
         return
-    assert (int(third), float(third), str(third)) == (2, 2.0, "2")
-    assert type(float(third)) is float
-    outside = cls()
-    for convert in (int, float, str):
+    for convert, want in ((int, 2), (float, 2.0), (str, "2")):
+        assert convert(items[2]) == want and type(convert(items[2])) is type(want)
         if convert is str and cls is korvel.BackgroundData:
-            assert str(outside) == "-1"
+            assert str(cls()) == "-1"
         else:  # null without an exception: the host reports it as SystemError
-            with pytest.raises(SystemError):
-                convert(outside)
-
-
-@kinds
-@pytest.mark.parametrize("other,want", [
-    (3, [False, True, True, False, False, True]),
-    (4.9, [True, True, False, True, False, False]),    # integer conversion: 4
-    (2.5, [False, False, False, True, True, True]),
-])
-def test_rich_comparison_by_resource_number(runtime, capfd, cls, game_list, ints, objects,
-                                            defaults, other, want):
-    items = [cls() for _ in range(5)]
-    setattr(runtime[0].game, game_list, items)
+            pytest.raises(SystemError, convert, cls())
     s = items[3]
-    assert [s < other, s <= other, s == other, s != other, s > other, s >= other] == want
+    for other, want in COMPARED.items():
+        assert [s < other, s <= other, s == other, s != other, s > other, s >= other] == want
     assert items[1] < items[2] and items[2] == items[2] and 1 == items[1] and 4 > items[1]
     capfd.readouterr()
-    with pytest.raises(TypeError):
-        s == None  # noqa: E711
+    pytest.raises(TypeError, lambda: s == None)  # noqa: E711
     if cls is korvel.BackgroundData:  # a three-way comparison, which reports its failures
-        assert capfd.readouterr().err == "XXX need to set an exception.\n"
         b = cls()  # a conversion that fails without an exception reads as -1
         assert (b < 0, b == 0, b > 0) == (True, False, False)
-        assert capfd.readouterr().err == "XXX need to set an exception.\n" * 3
+        assert capfd.readouterr().err == "XXX need to set an exception.\n" * 4
 
 
 class OnRelease:
@@ -89,22 +70,14 @@ class OnRelease:
         self.change(self.sprite)
 
 
-def rename_and_add_frame(s):
-    s.name = "spr_renamed"
-    s.subimages.append(pygame.Surface((3, 3)))
-
-
 @pytest.mark.parametrize("change,want", [
-    (rename_and_add_frame, ("spr_renamed", 5)),
-    (lambda s: delattr(s, "name"), AttributeError),
-    (lambda s: delattr(s, "subimages"), AttributeError),
-])
+    (lambda s: (setattr(s, "name", "spr_renamed"), s.subimages.append(1)), ("spr_renamed", 5)),
+    (lambda s: delattr(s, "name"), AttributeError), (lambda s: delattr(s, "subimages"), AttributeError)])
 def test_reduce_takes_the_state_after_the_cache_entries_are_released(change, want):
     s = sprite()
     s.scalecache["key"] = OnRelease(s, change)
     if want is AttributeError:
-        with pytest.raises(AttributeError):
-            s.__reduce__()
+        pytest.raises(AttributeError, s.__reduce__)
     else:
         assert s.__reduce__()[2][15:] == want
 
@@ -116,16 +89,14 @@ def test_from_surface_builds_a_one_frame_sprite_in_the_screen_format(screen, dep
     for x, y in rng.integers(0, 16, size=(40, 2)):
         source.set_at((int(x), int(y)), tuple(int(c) for c in rng.integers(0, 256, 3)))
     s = korvel.TamSprite_from_surface(source)
-    box = (s.w, s.h, s.leftbound, s.rightbound, s.topbound, s.bottombound)
-    assert box == (32, 16, 0, 32, 0, 16)
+    assert (s.w, s.h, s.leftbound, s.rightbound, s.topbound, s.bottombound) == (32, 16, 0, 32, 0, 16)
     assert (s.xorigin, s.yorigin, s.transparent, s.name) == (0, 0, 0, None)
     [frame] = s.subimages
-    assert frame is not source
-    assert (frame.get_bitsize(), frame.get_masks()[:3]) == (32, screen.get_masks()[:3])
+    assert frame is not source and frame.get_bitsize() == 32
+    assert frame.get_masks()[:3] == screen.get_masks()[:3]
     expect = screen.copy()
     expect.fill((0, 0, 0))
     expect.blit(source.convert(screen), (0, 0))
     mask = sum(screen.get_masks()[:3])
-    got = raw_words(frame)[:, :32] & mask
-    assert np.array_equal(got, raw_words(expect)[:16, :32] & mask)
+    assert np.array_equal(raw_words(frame)[:, :32] & mask, raw_words(expect)[:16, :32] & mask)
     assert korvel.TamSprite_from_surface(source, "spr_ball").name == "spr_ball"
