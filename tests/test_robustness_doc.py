@@ -1,5 +1,5 @@
-"""docs/robustness.md lists every guard of the code, one line each, and
-every test it names exists."""
+"""docs/robustness.md lists every guard: comment of the code, one line each,
+and every test it names exists."""
 import collections
 import os
 import re
@@ -8,46 +8,26 @@ import pytest
 
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 DOC = open(os.path.join(ROOT, "docs", "robustness.md")).read()
-ROWS = [line for line in DOC.splitlines() if line.startswith("| `")]
 
 
-def guards_in_code():
-    counts = collections.Counter()
+def test_every_guard_has_its_line():
+    code = collections.Counter()
     for top in ("src", "include"):
         for folder, _, files in os.walk(os.path.join(ROOT, top)):
             for name in files:
                 path = os.path.join(folder, name)
-                n = open(path, errors="replace").read().count("guard:")
-                if n:
-                    counts[os.path.relpath(path, ROOT)] = n
-    return counts
+                code[os.path.relpath(path, ROOT)] += open(path, errors="replace").read().count(
+                    "guard:")
+    rows = [line.split("`")[1] for line in DOC.splitlines() if line.startswith("| `")]
+    doc = collections.Counter(p if p.startswith("include/") else "src/" + p for p in rows)
+    assert +code == doc, ("guard: comments without their lines, lines without", code - doc,
+                          doc - code)
 
 
-def guards_in_doc():
-    counts = collections.Counter()
-    for row in ROWS:
-        path = row.split("`")[1]
-        counts[path if path.startswith("include/") else "src/" + path] += 1
-    return counts
-
-
-def test_every_guard_has_its_line():
-    code, doc = guards_in_code(), guards_in_doc()
-    wrong = {f: (code[f], doc[f]) for f in set(code) | set(doc) if code[f] != doc[f]}
-    assert not wrong, ("files whose guard: comments (first number) and lines in "
-                       f"docs/robustness.md (second) differ: {wrong}")
-
-
-@pytest.mark.parametrize("file,test", sorted(set(re.findall(r"`([a-z_/]+\.py)::(test_\w+)`", DOC))))
-def test_named_python_tests_exist(file, test):
+@pytest.mark.parametrize("file,pattern", sorted(
+    {(f, f"def {t}(") for f, t in re.findall(r"`([a-z_/]+\.py)::(test_\w+)`", DOC)}
+    | {("native/" + f, r"TEST(_F|_P)?\(%s, %s\)" % (s, n or r"\w+"))
+       for f, s, n in re.findall(r"`native/(test_\w+\.cpp)` \(`(\w+)(?:\.(\w+))?`\)", DOC)}))
+def test_named_tests_exist(file, pattern):
     source = open(os.path.join(ROOT, "tests", file)).read()
-    assert f"def {test}(" in source, f"docs/robustness.md names {file}::{test}, which is gone"
-
-
-@pytest.mark.parametrize("file,suite,name", sorted(set(
-    re.findall(r"`native/(test_\w+\.cpp)` \(`(\w+)(?:\.(\w+))?`\)", DOC))))
-def test_named_native_tests_exist(file, suite, name):
-    source = open(os.path.join(ROOT, "tests", "native", file)).read()
-    test = name or r"\w+"
-    assert re.search(rf"TEST(_F|_P)?\({suite}, {test}\)", source), (
-        f"docs/robustness.md names {suite}.{name} of native/{file}, which is gone")
+    assert (pattern in source) if pattern.startswith("def ") else re.search(pattern, source)
