@@ -11,32 +11,26 @@ import korvel
 import standins
 from standins import fl8
 
-SPRITE_INTS = ["w", "h", "leftbound", "rightbound", "topbound", "bottombound", "xorigin",
-               "yorigin", "transparent", "precise_collision_checking", "bounding_box_type",
-               "smooth_edges", "preload_texture", "use_video_memory", "load_only_on_use"]
-TILE_FIELDS = ["x", "y", "background_idx", "tilex", "tiley", "w", "h", "layer_depth", "id",
-               "locked"]
-ROOM_INTS = ["id", "room_width", "room_height", "snapx", "snapy", "isogrid", "room_speed",
-             "room_persistent", "bgcolor", "draw_bgcolor", "view_enabled", "numviews", "tile_w",
-             "tile_h", "tile_hsep", "tile_vsep", "tile_hoffset", "tile_voffset", "created",
-             "view_current"]
-VIEW = ["xview", "yview", "object", "hborder", "vborder", "wview", "hview", "xport", "yport",
-        "wport", "hport"]
-BACKGROUND = ["x", "y", "width", "height", "xscale", "yscale", "hspeed", "vspeed", "blend",
-              "alpha", "htiled", "vtiled", "visible"]
-OBJECT_LISTS = ["all", "drawn", "deactivated", "keypressed", "keyreleased", "mouse_leftpressed",
-                "mouse_rightpressed", "collisioned", "stepped", "moving", "alarmed", "animated",
-                "key", "mouse"]
-ROOM_ORDER = (["id", "name", "room_width", "room_height", "snapx", "snapy", "isogrid",
-               "room_speed", "room_persistent", "bgcolor", "draw_bgcolor", "room_caption",
-               "creation_code"] + [f"bg{i}" for i in range(8)] + ["view_enabled", "numviews"]
-              + ["view_" + n for n in VIEW] + ["background_index", "instances", "tiles", "tile_w",
-                                              "tile_h", "tile_hsep", "tile_vsep", "tile_hoffset",
-                                              "tile_voffset", "created"]
-              + [n + "_objects" for n in OBJECT_LISTS]
-              + ["cached_bg", "cached_bg_scaled", "frame_duration", "creation_code_compiled"]
-              + ["background_" + n for n in BACKGROUND]
-              + ["view_visible", "view_current", "initial_view_data"])
+SPRITE_INTS = ("w h leftbound rightbound topbound bottombound xorigin yorigin transparent "
+               "precise_collision_checking bounding_box_type smooth_edges preload_texture "
+               "use_video_memory load_only_on_use").split()
+TILE_FIELDS = "x y background_idx tilex tiley w h layer_depth id locked".split()
+ROOM_INTS = ("id room_width room_height snapx snapy isogrid room_speed room_persistent bgcolor "
+             "draw_bgcolor view_enabled numviews tile_w tile_h tile_hsep tile_vsep tile_hoffset "
+             "tile_voffset created view_current").split()
+VIEW = "xview yview object hborder vborder wview hview xport yport wport hport".split()
+BACKGROUND = "x y width height xscale yscale hspeed vspeed blend alpha htiled vtiled visible"
+OBJECT_LISTS = ("all drawn deactivated keypressed keyreleased mouse_leftpressed "
+                "mouse_rightpressed collisioned stepped moving alarmed animated key mouse")
+ROOM_ORDER = (
+    "id name room_width room_height snapx snapy isogrid room_speed room_persistent bgcolor "
+    "draw_bgcolor room_caption creation_code bg0 bg1 bg2 bg3 bg4 bg5 bg6 bg7 view_enabled "
+    f"numviews {' '.join('view_' + n for n in VIEW)} background_index instances tiles tile_w "
+    "tile_h tile_hsep tile_vsep tile_hoffset tile_voffset created "
+    + " ".join(n + "_objects" for n in OBJECT_LISTS.split())
+    + " cached_bg cached_bg_scaled frame_duration creation_code_compiled "
+    + " ".join("background_" + n for n in BACKGROUND.split())
+    + " view_visible view_current initial_view_data").split()
 
 
 def filled(cls, fields, value):

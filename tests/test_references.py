@@ -51,8 +51,9 @@ def test_a_member_holds_one_reference_and_gives_it_back(cls, member):
 
 
 # Each case sets up objects and returns the ones to watch and the calls to make.
-def tamvar_use():
-    a, b = 10**20, "stored-%d" % 7
+def numbers(runtime, screen):
+    a, b, other = 10**20, "stored-%d" % 7, 10.0**10
+    state = tuple(float(x) for x in range(8))
 
     def use():
         v = korvel.TamVar(a)
@@ -65,24 +66,16 @@ def tamvar_use():
         str(v), bool(v), v < 1, v == w, v != b, len(v)
         v += 1
         korvel.TamVar.__init__(v, b)  # a second init releases what it held
-    return [a, b], use
-
-
-def floatlist_use():
-    other, state = 10.0**10, tuple(float(x) for x in range(8))
-
-    def use():
         fl = korvel.Floatlist8()
-        for op in (lambda: fl + other, lambda: other * fl, lambda: fl < other, lambda: fl > fl):
-            op()
+        fl + other, other * fl, fl < other, fl > fl
         fl -= other
         fl[1] = other
         fl.__setstate__(state)
         fl.__reduce__()
-    return [other, state], use
+    return [a, b, other, state], use
 
 
-def instance_numbers(runtime):
+def instance_numbers(runtime, screen):
     inst = standins.ObjectInstanceBase()
     standins.register({7: inst})
     number = int(str(10**20))
@@ -103,7 +96,7 @@ def instance_numbers(runtime):
     return [inst, number], use
 
 
-def room_methods(runtime):
+def room_methods(runtime, screen):
     tam6, _ = runtime
     room, result, arg = korvel.TamRoom(), Value(), Value()
     tam6.Room_AddInstance.result = tam6.Room_StepEvents.result = result
@@ -117,10 +110,12 @@ def room_methods(runtime):
     return [room, result, arg], use
 
 
-def states(runtime):
+def states_and_pickles(runtime, screen):
     tile, state = korvel.RoomTileData(), tuple(range(10))
     s, cache = korvel.TamSprite(), {}
     sprite_state = (1,) * 15 + ("spr_refs", 0)
+    value = "pickled-%d" % 12345
+    objects = [korvel.TamVar(value), korvel.InstanceList([value]), standins.fl8(1, 2)]
 
     def use():
         tile.__setstate__(state)
@@ -130,11 +125,18 @@ def states(runtime):
         korvel.TamSprite().__setstate__(sprite_state)
         korvel.BackgroundData().__setstate__(("bg_refs", 0))
         korvel.TamRoom().__setstate__((("name", state), ("drawn_objects", state)))
-    return [state, cache, sprite_state], use
+        for obj in objects:
+            pickle.loads(pickle.dumps(obj))
+    return [state, cache, sprite_state, value], use
 
 
-def shapes(runtime):
-    pt, sprite, surface = korvel.part_type_create(), Value(), pygame.Surface((2, 2), 0, 32)
+def particles(runtime, screen):
+    pt, first, second = korvel.part_type_create(), korvel.Beancounter(), korvel.Beancounter()
+    sprite, surface = Value(), pygame.Surface((2, 2), 0, 32)
+    s = shape(3, 3, seed=1, alpha=0x80)
+    kinds = [particle_type(s, alpha3=(1.0, 0.5, 0.1), color3=(0xFF, 0xFF00, 0xFF0000),
+                           life=(10, 10)), particle_type(s, scale=(2, 2), alpha3=(0.5,) * 3),
+             particle_type(s, blend=(1,))]
 
     def use():
         with pytest.raises(TypeError):
@@ -142,87 +144,43 @@ def shapes(runtime):
         korvel.part_type_sprite(pt, sprite, 0.0, 0.0, 0.0)
         korvel.part_type_shape(pt, surface)
         korvel.part_type_sprite(pt, sprite, 1.0, 1.0, 0.0)
-    return [pt, sprite, surface], use
-
-
-def particles(runtime):
-    pt, first, second = korvel.part_type_create(), korvel.Beancounter(), korvel.Beancounter()
-
-    def use():
         ps = [korvel.CParticle_new(pt, 0.0, 0.0) for _ in range(5)]
         for p in ps:
             korvel.CParticle_attach_beancounter(p, first)
             korvel.CParticle_attach_beancounter(p, second)
         assert (int(first), int(second)) == (0, 5)
-    return [pt, first, second], use
-
-
-def rendering(runtime, screen):
-    s = shape(3, 3, seed=1, alpha=0x80)
-    kinds = [particle_type(s, alpha3=(1.0, 0.5, 0.1), color3=(0xFF, 0xFF00, 0xFF0000),
-                           life=(10, 10)), particle_type(s, scale=(2, 2), alpha3=(0.5,) * 3),
-             particle_type(s, blend=(1,))]
-
-    def use():
         for t in kinds:
             p = korvel.CParticle_new(t, 10.0, 10.0)
             while korvel.CParticle_dec_ttl_and_render(p, 1, 1) > 25:
                 pass
-    return [t for t in kinds] + [s, screen], use
+    return [pt, first, second, sprite, surface, s, screen, *kinds], use
 
 
-def drawing(runtime, screen):
+def drawing_and_helpers(runtime, screen):
     _, tamapi = runtime
     room = tamapi.room = korvel.TamRoom()
     for name in ("view_xview", "view_yview", "view_xport", "view_yport"):
         setattr(room, name, korvel.Floatlist8())
     color = tamapi.py_draw_props.color = (10, 20, 30)
-
-    def use():
-        for alpha, outline in [(1.0, 0.0), (1.0, 1.0), (0.5, 0.0)]:
-            tamapi.py_draw_props.alpha = alpha
-            korvel.draw_rectangle(1.0, 2.0, 9.0, 7.0, outline)
-        korvel.TamSprite_from_surface(screen)
-    return [room, color, screen], use
-
-
-def helpers(runtime):
-    _, tamapi = runtime
     value, grand = Value(), Value()
     tree = standins.ObjectRecord(children=[standins.ObjectRecord([grand])])
     obj = type("Slots", (), {"__slots__": ("a",)})()
     obj.a = value
 
     def use():
+        for alpha, outline in [(1.0, 0.0), (1.0, 1.0), (0.5, 0.0)]:
+            tamapi.py_draw_props.alpha = alpha
+            korvel.draw_rectangle(1.0, 2.0, 9.0, 7.0, outline)
+        korvel.TamSprite_from_surface(screen)
         na.membertuple(obj, ())
         na.PushSelf(value)
         na.PopSelf()
         assert na.GetFirstInstance(tree) is grand
-    return [value, grand], use
+    return [room, color, screen, value, grand], use
 
 
-def pickles(runtime):
-    value = "pickled-%d" % 12345
-    objects = [korvel.TamVar(value), korvel.InstanceList([value]), standins.fl8(1, 2)]
-
-    def use():
-        for obj in objects:
-            try:
-                pickle.loads(pickle.dumps(obj))
-            except (TypeError, pickle.PicklingError):
-                pass  # not every type pickles; what matters is the count
-    return [value], use
-
-
-CASES = [lambda r, s: tamvar_use(), lambda r, s: floatlist_use(), lambda r, s: instance_numbers(r),
-         lambda r, s: room_methods(r), lambda r, s: states(r), lambda r, s: shapes(r),
-         lambda r, s: particles(r), rendering, drawing, lambda r, s: helpers(r),
-         lambda r, s: pickles(r)]
-
-
-@pytest.mark.parametrize("case", CASES, ids=["TamVar", "Floatlist8", "InstanceList", "room methods",
-                                             "states", "shapes", "particles", "rendering",
-                                             "draw_rectangle", "helpers", "pickling"])
+@pytest.mark.parametrize("case", [numbers, instance_numbers, room_methods, states_and_pickles,
+                                  particles, drawing_and_helpers], ids=lambda c: c.__name__)
 def test_calls_leave_every_count_as_it_was(runtime, screen, case):
     watched, use = case(runtime, screen)
     use()  # caches fill on the first use

@@ -1,8 +1,6 @@
-"""Every entry point and type of korvel under hostile use: odd arguments of every
-kind, a runtime that misbehaves, a display closed or replaced during a call. A
-call may return anything or raise any Exception; it must not crash (the sanitizer
-build turns a stray read or write into one), return with an exception still set,
-or leave its arguments' reference counts changed once its result is dropped."""
+"""Every entry point and type of korvel under hostile arguments and a hostile runtime: a
+call may raise any Exception, but not crash, return with an exception set, or change the
+reference counts of its arguments."""
 import copy
 import ctypes
 import datetime
@@ -155,33 +153,24 @@ def close(*_args):
 
 
 class Props:
-    """Draw properties; reading the colour or the opacity may run `hook` first."""
+    """Draw properties; reading the one named `on` runs `hook` first."""
 
     def __init__(self, alpha=1.0, color=(200, 100, 0), hook=None, on="color"):
-        self._alpha, self._color, self._hook, self._on = alpha, color, hook, on
+        self.values, self.hook, self.on = {"alpha": alpha, "color": color}, hook, on
 
-    def _read(self, name, value):
-        if self._hook and self._on == name:
-            self._hook()
-        return value
-
-    color = property(lambda self: self._read("color", self._color))
-    alpha = property(lambda self: self._read("alpha", self._alpha))
-
-
-def _game(**lists):
-    game = standins.Game()
-    vars(game).update(lists)
-    return game
+    def __getattr__(self, name):
+        if name == self.on and self.hook:
+            self.hook()
+        return self.values[name]
 
 
 DELETE = object()
 HANDLERS = standins.ROOM_HANDLERS + ("SpriteData_load_images", "BackgroundData_load_images")
 BAD_CALLABLES = [None, 5, _raise, lambda *a: Raising(), lambda *a: 2**100, swap, close]
-BAD_GAME = _game(sprites=Lying(), backgrounds=Huge(), objects=[Raising()])
+BAD_GAME = types.SimpleNamespace(sprites=Lying(), backgrounds=Huge(), objects=[Raising()])
 MUTATIONS = (
     [("tam6", n, v) for n in ("game",) + HANDLERS for v in [DELETE] + BAD_CALLABLES]
-    + [("tam6", "game", _game(sprites=None, backgrounds=5, rooms="x", objects=())),
+    + [("tam6", "game", types.SimpleNamespace(sprites=None, backgrounds=5, rooms="x", objects=())),
        ("tam6", "game", BAD_GAME), ("tam6", "view_xscale", Raising())]
     + [("tamapi", n, DELETE) for n in ("game", "room", "self", "py_self_stack", "py_draw_props",
                                        "py_ParticleSystem", "draw_sprite_ext", "pygame")]
@@ -209,8 +198,8 @@ def misbehave(data):
 
 
 def fresh_example():
-    """An open display and the stand-in runtime, registered, whose handlers keep nothing
-    (the recorders would hold their arguments, which the checks take for leaks)."""
+    """An open display and the stand-in runtime whose handlers keep nothing (the recorders
+    would hold their arguments, which the checks take for leaks)."""
     if not pygame.display.get_init() or pygame.display.get_surface() is None:
         pygame.display.init()
         pygame.display.set_mode((64, 48), 0, 32)
@@ -225,16 +214,14 @@ def fresh_example():
 
 @pytest.fixture(autouse=True)
 def fuzz_runtime(screen):
-    """Afterwards the runtime and display the other tests expect, and a collection,
-    which visits whatever the test left behind."""
+    """Afterwards the runtime and display others expect; a collection visits what is left."""
     yield
     fresh_example()
     gc.collect()
 
 
 def attempt(f, *args):
-    """f's result, or None for an Exception (dropped with its traceback, which
-    would hold the arguments); a result with an exception still set fails."""
+    """f's result, or None for an Exception (dropped: its traceback holds the arguments)."""
     try:
         return f(*args)
     except SystemError as e:
@@ -249,8 +236,7 @@ SHARED = (type(None), bool, int, float, complex, str, bytes, type, types.ModuleT
 
 
 def balanced_call(f, args, keeps=()):
-    """attempt(f, *args), checking that every argument not in `keeps` (by
-    position) holds as many references after the call as before."""
+    """attempt(f, *args); the arguments not kept (by position) hold their references."""
     if TRACE:  # the last lines before a crash name the call
         print(f"fuzz call: {getattr(f, '__name__', f)}{tuple(map(type, args))}", file=sys.stderr,
               flush=True)
@@ -346,13 +332,11 @@ VIEWS = {"xview": floats, "yview": floats, "object": pick([-1, 0, 1, 5, 1e9, NAN
 @st.composite
 def instances(draw_, room, objects):
     kind = draw_(pick(["instance", "system", "other"], 6))
-    if kind == "other":
-        return draw_(anything())
-    if kind == "system":
-        s = standins.ParticleSystem()
-        s.py_automatic_draw = draw_(pick([True, 0, Raising()]))
-        s.py_RealDraw = draw_(pick([lambda x, y: None, _raise, 5]))
-        return s
+    if kind != "instance":
+        system = standins.ParticleSystem()
+        system.py_automatic_draw = draw_(pick([True, 0, Raising()]))
+        system.py_RealDraw = draw_(pick([lambda x, y: None, _raise, 5]))
+        return draw_(anything()) if kind == "other" else system
     inst = Instance(mode=draw_(pick(["ok", "raise", "swap", "close", "redraw"], 3)), room=room,
                     depth_left=1, object_index=draw_(pick(objects + [None])),
                     x=draw_(mostly(floats)), y=draw_(floats), sprite_index=0, image_index=0,
@@ -369,8 +353,7 @@ def instances(draw_, room, objects):
 
 @st.composite
 def rooms(draw_):
-    """A room whose views, tiles and instances are mostly sound; the game's
-    objects and backgrounds go to the stand-in runtime."""
+    """A room whose views, tiles and instances are mostly sound, and the game's objects."""
     tam6, _ = standins.modules()
     room = korvel.TamRoom()
     room.room_width, room.room_height = draw_(ints), draw_(ints)
@@ -479,8 +462,8 @@ ENTRY_POINTS = {**{n: (getattr(korvel, n),) + k for n, k in FUNCTIONS.items()},
 
 
 def store_screen(data):
-    """A stored screen only korvel holds (a stale pointer to it would point at
-    freed memory), or the display's own, then set up again or closed."""
+    """A stored screen only korvel holds (a stale pointer to it would point at freed
+    memory), or the display's own, then set up again or closed."""
     how = draw(data, pick(["surface", "display", "reopened", "closed"], 6), "screen")
     if how == "surface":
         korvel.set_SDL_screen(draw(data, st.one_of(
@@ -519,8 +502,7 @@ def call(data, name, pool=()):
 @FUZZ
 @given(data=st.data())
 def test_entry_point_survives_hostile_arguments_and_the_calls_after_it(name, data):
-    """The call, then a few more that share its objects, with the stored screen
-    and the runtime changed in between."""
+    """Then a few more calls, sharing objects, with the screen and runtime changed between."""
     fresh_example()
     store_screen(data)
     vars(standins.modules()[1])["room"] = draw(data, KINDS["room"], "room")  # draw_rectangle's
