@@ -5,7 +5,7 @@ import pygame
 import pytest
 
 import korvel
-from pixelmodel import raw_words
+from pixelmodel import noise, pixels
 from test_pickling import SPRITE_INTS, sprite
 
 KINDS = [(korvel.TamSprite, "sprites", SPRITE_INTS, ["name", "subimages", "scalecache"], (None, [], {})),
@@ -84,19 +84,12 @@ def test_reduce_takes_the_state_after_the_cache_entries_are_released(change, wan
 
 @pytest.mark.parametrize("depth,flags", [(32, 0), (32, pygame.SRCALPHA), (24, 0), (16, 0)])
 def test_from_surface_builds_a_one_frame_sprite_in_the_screen_format(screen, depth, flags):
-    source = pygame.Surface((32, 16), flags, depth)
-    rng = np.random.default_rng(5)
-    for x, y in rng.integers(0, 16, size=(40, 2)):
-        source.set_at((int(x), int(y)), tuple(int(c) for c in rng.integers(0, 256, 3)))
+    source = noise(32, 16, flags, depth, seed=5)
     s = korvel.TamSprite_from_surface(source)
     assert (s.w, s.h, s.leftbound, s.rightbound, s.topbound, s.bottombound) == (32, 16, 0, 32, 0, 16)
     assert (s.xorigin, s.yorigin, s.transparent, s.name) == (0, 0, 0, None)
     [frame] = s.subimages
-    assert frame is not source and frame.get_bitsize() == 32
-    assert frame.get_masks()[:3] == screen.get_masks()[:3]
-    expect = screen.copy()
-    expect.fill((0, 0, 0))
-    expect.blit(source.convert(screen), (0, 0))
+    assert frame is not source and (frame.get_bitsize(), frame.get_masks()[:3]) == (32, screen.get_masks()[:3])
     mask = sum(screen.get_masks()[:3])
-    assert np.array_equal(raw_words(frame)[:, :32] & mask, raw_words(expect)[:16, :32] & mask)
+    assert np.array_equal(pixels(frame) & mask, pixels(source.convert(screen)) & mask)
     assert korvel.TamSprite_from_surface(source, "spr_ball").name == "spr_ball"
