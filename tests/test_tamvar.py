@@ -137,42 +137,30 @@ def test_inplace_operators_and_sums_of_variables():
     assert v[0] == 42 and type(v[0]) is int  # a variable result is stored as its scalar
 
 
-def test_calls_attributes_and_absent_slots():
-    class Thing:
-        size = 3
-
-        def __call__(self, *args, **kwds):
-            return args, kwds
-
-    v = TamVar(thing := Thing())
-    assert v(1, k=2) == ((1,), {"k": 2}) and v.size == 3 and v.__class__ is Thing
-    v.colour = "red"
-    assert thing.colour == "red"
-    del v.colour
-    assert not hasattr(thing, "colour")
-    for op in (operator.floordiv, operator.pow, operator.lshift, lambda x, y: ~x,
-               lambda x, y: operator.index(x), lambda x, y: TamVar(x)()):
-        pytest.raises(TypeError, op, TamVar(1), 2)
-
-
 def test_a_variable_that_holds_itself_or_loses_element_0_mid_call():
     v = TamVar(0)
     v[0] = (v,)
     pytest.raises(RecursionError, hash, v)
 
-    class Replacer:
-        __hash__ = object.__hash__
+    class Thing:
+        size, __hash__ = 3, object.__hash__
 
-        def __call__(self):
+        def __call__(self, *args, **kwds):
             v[0] = 1  # drops the variable's reference to this object
-            return self.tag
+            return args, kwds, self.size
 
         def __eq__(self, other):
             v[0] = 2
             return True
 
-    v[0] = Replacer()
-    v[0].tag = "alive"
-    assert v() == "alive"
-    v[0] = Replacer()
+    v[0] = Thing()  # calls and attributes go to element 0
+    v.colour = "red"
+    assert v[0].colour == "red" and v.size == 3 and v.__class__ is Thing
+    del v.colour
+    assert not hasattr(v[0], "colour")
+    assert v(1, k=2) == ((1,), {"k": 2}, 3) and v[0] == 1
+    v[0] = Thing()
     assert v == 0 and v[0] == 2
+    for op in (operator.floordiv, operator.pow, operator.lshift, lambda x, y: ~x,
+               lambda x, y: operator.index(x), lambda x, y: TamVar(x)()):
+        pytest.raises(TypeError, op, TamVar(1), 2)  # slots a variable does not have
