@@ -4,9 +4,8 @@ import gc
 import operator
 
 import pytest
-from hypothesis import settings
+from hypothesis import given, settings
 from hypothesis import strategies as st
-from hypothesis.stateful import RuleBasedStateMachine, invariant, rule, run_state_machine_as_test
 
 from korvel import TamVar
 
@@ -18,51 +17,35 @@ KEY_FORMS = [lambda i, j: i if j is None else (i, j), lambda i, j: [i, j or 0, 9
 keys = st.tuples(st.integers(0, 9), st.none() | st.integers(0, 6), st.sampled_from(KEY_FORMS))
 
 
-class TamVarModel(RuleBasedStateMachine):
-    def __init__(self):
-        super().__init__()
-        self.v, self.cells, self.filled = TamVar(7), {(0, 0): 7}, {(0, 0)}
-
-    @rule(value=st.integers(1, 99))
-    def init_again(self, value):
-        TamVar.__init__(self.v, value)
-        self.cells, self.filled = {(0, 0): value}, {(0, 0)}
-
-    @rule(key=keys, value=st.integers(1, 99))
-    def write(self, key, value):
-        i, j, form = key
-        self.v[form(i, j)] = value if value % 3 else TamVar(value)  # a variable stores its scalar
-        self.cells[(i, j or 0)] = value
-        self.filled.add((i, j or 0))
-
-    @rule(key=keys)
-    def read(self, key):
-        i, j, form = key
-        got = self.v[k := form(i, j)]
-        assert got == self.cells.get((i, j or 0), 0) and type(got) is int
-        if isinstance(k, (tuple, list)) and all(c < n for c, n in zip((i, j or 0), self.size())):
-            self.filled.add((i, j or 0))  # a two-index read inside the array stores its 0
-
-    @rule(step=st.integers(-5, 5))
-    def add_in_place(self, step):
-        v = self.v
-        self.v += step
-        assert self.v is v
-        self.cells[(0, 0)] += step
-
-    def size(self):
-        return tuple(max(k[n] for k in self.cells) + 1 for n in (0, 1))
-
-    @invariant()
-    def same_cells(self):
-        assert len(self.v) == self.size()[0] * self.size()[1]
-        stored = collections.Counter(gc.get_referents(self.v))
-        assert stored == collections.Counter(self.cells.get(c, 0) for c in self.filled)
-
-
-def test_cells_follow_a_dict_model():
-    run_state_machine_as_test(TamVarModel, settings=settings(max_examples=60, deadline=None,
-                                                             stateful_step_count=15))
+@settings(max_examples=60, deadline=None)
+@given(st.lists(st.tuples(st.sampled_from(["write", "read", "add", "init"]), keys, st.integers(-5, 99)),
+                max_size=15))
+def test_cells_follow_a_dict_model(steps):
+    v, cells, filled = TamVar(7), {(0, 0): 7}, {(0, 0)}
+    for action, (i, j, form), value in steps:
+        key, cell = form(i, j), (i, j or 0)
+        size = [max(c[n] for c in cells) + 1 for n in (0, 1)]
+        if action == "write":  # a variable stores its scalar
+            v[key] = value if value % 3 else TamVar(value)
+            cells[cell] = value
+            filled.add(cell)
+        elif action == "read":
+            got = v[key]
+            assert got == cells.get(cell, 0) and type(got) is int
+            if isinstance(key, (tuple, list)) and i < size[0] and cell[1] < size[1]:
+                filled.add(cell)  # a two-index read inside the array stores its 0
+        elif action == "add":
+            w = v
+            v += value
+            assert v is w
+            cells[(0, 0)] += value
+        else:
+            TamVar.__init__(v, value)
+            cells, filled = {(0, 0): value}, {(0, 0)}
+        size = [max(c[n] for c in cells) + 1 for n in (0, 1)]
+        assert len(v) == size[0] * size[1]
+        stored = collections.Counter(gc.get_referents(v))
+        assert stored == collections.Counter(cells.get(c, 0) for c in filled)
 
 
 @pytest.mark.parametrize("key,error", [
