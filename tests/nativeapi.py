@@ -14,9 +14,8 @@ O, NULL_RESULT = ctypes.py_object, "PyObject is NULL"
 
 def _fn(symbol, restype, *argtypes):
     f = _lib[symbol]
-    f.argtypes = list(argtypes)
     # ctypes' own object results cannot take a null without an exception.
-    f.restype = ctypes.c_void_p if restype is O else restype
+    f.argtypes, f.restype = list(argtypes), ctypes.c_void_p if restype is O else restype
     if restype is not O:
         return f
 

@@ -25,13 +25,6 @@ def frame(screen):
     return noise(8, 6, pygame.SRCALPHA, seed=3)
 
 
-def test_an_unchanged_frame_is_cached_as_itself_and_a_key_used_again_is_replaced(frame):
-    spr = sprite(frame, noise(8, 6, seed=9))
-    assert add(spr) is frame and spr.scalecache == {"k": frame}
-    second = add(spr, subimg=1, w=-8)
-    assert spr.scalecache == {"k": second}
-
-
 def opacity_model(f):
     p = pixels(f).astype(np.uint64)
     return ((p & 0xFFFFFF) | (((p >> 8) * 128) & 0xFF000000)).astype(np.uint32)
@@ -56,10 +49,10 @@ def turned(*steps):  # rotozooms without smoothing, each (x zoom, y zoom, angle)
     (dict(h=0), turned((1.0, 0.0, 0.0))),  # zero height: not mirrored
     (dict(w=-16, h=12, clockwise=45), lambda f: turned((2.0, 2.0, 45.0))(korvel.flip_h(f)))])
 def test_mirrors_blend_colours_opacity_and_turns_change_a_copy(frame, kw, model):
-    before = pixels(frame)
-    r = add(sprite(frame), **kw)
-    want = model(frame)
-    assert r is not frame and pixels(r).shape == want.shape
+    before, spr = pixels(frame), sprite(noise(8, 6, seed=9), frame)
+    assert add(spr) is spr.subimages[0] and spr.scalecache == {"k": spr.subimages[0]}  # unchanged: itself
+    r, want = add(spr, subimg=1, **kw), model(frame)
+    assert r is not frame and spr.scalecache == {"k": r} and pixels(r).shape == want.shape
     np.testing.assert_array_equal(pixels(r), want)
     np.testing.assert_array_equal(pixels(frame), before)
 

@@ -110,9 +110,7 @@ def test_inplace_operators_and_sums_of_variables():
     pytest.raises(TypeError, operator.iadd, v, 1)
     v = w = TamVar(4)
     v -= 1  # not in place: a plain result
-    x = 5
-    x += TamVar(1)
-    assert (v, type(v), w[0], x, type(x)) == (3, int, 4, 6, int)
+    assert (v, type(v), w[0]) == (3, int, 4)
     w[3] = 9
     v = TamVar(w)  # a variable made from a variable copies only its scalar
     assert (v[0], v[3], len(v)) == (4, 0, 1)
