@@ -68,20 +68,19 @@ class InstanceListModel(RuleBasedStateMachine):
         assert len(self.il) == len(self.model) and all(x is y for x, y in zip(self.il, self.model))
 
 
-def test_items_follow_a_list_model():
+def test_items_follow_a_list_model(runtime, monkeypatch):
+    # every instance equal to every other: removal must go by identity
+    monkeypatch.setattr(standins.ObjectInstanceBase, "__eq__", lambda s, o: True)
     run_state_machine_as_test(InstanceListModel, settings=settings(
         max_examples=50, stateful_step_count=12, deadline=None))
 
 
-def test_remove_is_by_identity_and_subscripts_are_the_host_lists(runtime, monkeypatch):
-    a, twin, b = (standins.ObjectInstanceBase() for _ in range(3))
-    monkeypatch.setattr(standins.ObjectInstanceBase, "__eq__", lambda s, o: True)
-    il = InstanceList([twin, a, b, a])
-    il.remove(a)
-    assert [x is y for x, y in zip(il, [twin, b, a], strict=True)] == [True] * 3
+def test_subscripts_are_the_host_lists(runtime):
+    a = standins.ObjectInstanceBase()
+    il = InstanceList([a, a])
     il.__delitem__(0)
     il[0] = 8  # subscript assignment is the host list's: nothing is resolved
-    assert list(il) == [8, a]
+    assert list(il) == [8]
 
 
 def test_item_assignment_outside_the_list_or_whose_lookup_shortens_it_changes_nothing(runtime):
