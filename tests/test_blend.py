@@ -1,36 +1,29 @@
-"""The blending kernels as the particle renderer uses them: additive blits
-with their own clipping, darkening by saturating subtraction, alpha fading
-and tinting, each against a numpy model of the bytes."""
+# The blending kernels as the particle renderer uses them: additive blits
+# with their own clipping, darkening by saturating subtraction, alpha fading
+# and tinting, each against a numpy model of the bytes.
 import numpy as np
 import pygame
 import pytest
 
 import korvel
-from pixelmodel import (ARGB, additive_model, age_alpha, age_of, age_tint, blitted,
-                        particle_type, random_screen, raw_words, render, shape, sub_saturate,
-                        surface_like, tint_subtractor, tint_words, translucentify)
+from pixelmodel import (additive_model, age_alpha, age_tint, blitted, bytewise, particle_type,
+                        random_screen, raw_words, render, shape, surface_like, tint_words,
+                        translucentify)
 
 pytestmark = pytest.mark.kernels  # runs once per pixel-kernel path
 
 RED, GREEN, BLUE, WHITE = 0x0000FF, 0x00FF00, 0xFF0000, 0xFFFFFF
 
 
+# Above the top edge an image is drawn from row 0 with all its rows (a top
+# on row 1 from row 1); touching or crossing the right edge it is not drawn;
+# at the left edge it is cut; a tall one stops at the last row.
 @pytest.mark.parametrize("size,centre", [
     ((5, 3), (20, 15)), ((8, 8), (20, 15)), ((1, 1), (20, 15)), ((13, 7), (20, 15)),
-    ((6, 4), (20, -1)),   # above the top edge: drawn from row 0 with all its rows
-    ((6, 4), (20, -30)),  # far above: still row 0
-    ((6, 4), (1, 20)),    # two columns cut at the left edge
-    ((6, 4), (-2, 20)),   # five columns cut
-    ((6, 4), (60, 20)),   # right edge crossed: not drawn
-    ((6, 4), (61, 20)),   # right edge touched: not drawn
-    ((6, 4), (59, 20)), ((6, 4), (3, 0)),
-    ((6, 4), (20, 3)),    # top on row 1: drawn from row 1, not row 0
-    ((6, 4), (20, 47)),   # cut at the bottom
-    ((6, 4), (20, 50)),   # below the screen
-    ((4, 100), (10, 20)),  # guard: taller than the screen, stops at the last row
-])
-@pytest.mark.parametrize("mode,fill", [(1, None), (128, 0), (1, 0xFFFFFFFF)],
-                         ids=["random", "black", "white"])
+    ((6, 4), (20, -1)), ((6, 4), (20, -30)), ((6, 4), (1, 20)), ((6, 4), (-2, 20)),
+    ((6, 4), (60, 20)), ((6, 4), (61, 20)), ((6, 4), (59, 20)), ((6, 4), (3, 0)),
+    ((6, 4), (20, 3)), ((6, 4), (20, 47)), ((6, 4), (20, 50)), ((4, 100), (10, 20))])
+@pytest.mark.parametrize("mode,fill", [(1, None), (128, 0), (1, 0xFFFFFFFF)])
 def test_additive_clipping(runtime, screen, size, centre, mode, fill):
     before = random_screen(screen, seed=size[1] * 100 + centre[1], value=fill)
     s = shape(*size, seed=size[0], alpha=0x80)
@@ -57,63 +50,57 @@ def test_unknown_mode_is_reported_and_blitted_normally_unless_off_screen(runtime
 # additive images are darkened by the complement of the opacity in every
 # byte; scaled ones (zoomed by size and scale) lose 255 - alpha when
 # additive or have their alpha byte scaled, and are left alone from 255 on.
-@pytest.mark.parametrize("mode,alphas,zoom,steps", [
-    (1, (0.5, 0.5, 0.5), (1, 1, 1), 1), (1, (0.2, 0.9, 0.0), (1, 1, 1), 1),
-    (1, (1.5, 1.5, 1.5), (1, 1, 1), 1),
-    (1, (1.0, 0.0), (1, 1, 1), 15), (1, (1.0, 0.0), (1, 1, 1), 16),  # on and below half life
-    (128, (0.5,) * 3, (1, 2, 1), 1), (128, (0.95,) * 3, (1, 2, 1), 1),
-    (0, (0.0,) * 3, (1, 2, 1), 1), (0, (0.999,) * 3, (1, 2, 1), 1), (0, (1.3,) * 3, (1, 2, 1), 1),
-    (1, (1.0,) * 3, (2, 1, 1), 1), (1, (1.0,) * 3, (1, 2, 4), 1),
-])
-def test_faded_and_scaled_images(runtime, screen, mode, alphas, zoom, steps):
-    s = shape(3, 2, seed=8, alpha=0xC0)
+# Tints come from the particle's own colours, copied at birth; a tinted image
+# loses the complement of the tint (its crossed last pixel reversed) and is
+# drawn twice on the frame it is made; an untinted one is drawn once.
+@pytest.mark.parametrize("mode,alphas,zoom,colours,steps", [
+    (1, (0.5,) * 3, (1, 1, 1), None, 1), (1, (0.2, 0.9, 0.0), (1, 1, 1), None, 1),
+    (1, (1.5,) * 3, (1, 1, 1), None, 1), (1, (1.0, 0.0), (1, 1, 1), None, 15),
+    (1, (1.0, 0.0), (1, 1, 1), None, 16), (128, (0.5,) * 3, (1, 2, 1), None, 1),
+    (128, (0.95,) * 3, (1, 2, 1), None, 1), (0, (0.0,) * 3, (1, 2, 1), None, 1),
+    (0, (0.999,) * 3, (1, 2, 1), None, 1), (0, (1.3,) * 3, (1, 2, 1), None, 1),
+    (1, (1.0,) * 3, (2, 1, 1), None, 1), (1, (1.0,) * 3, (1, 2, 4), None, 1),
+    *[(1, None, (1, 1, 1), (RED, GREEN, BLUE), steps) for steps in (1, 10, 15, 16, 22, 29)],
+    (1, None, (1, 1, 1), (RED,) * 3, 1), (1, None, (1, 1, 1), (0x123456,) * 3, 1),
+    (1, None, (1, 1, 1), (0,) * 3, 1), (1, None, (1, 1, 1), (WHITE,) * 3, 1)])
+def test_faded_tinted_and_scaled_images(runtime, screen, mode, alphas, zoom, colours, steps):
+    s = shape(3 + steps % 2, 2 + (colours is not None), seed=8, alpha=0xC0)
     size, xscale, yscale = zoom
-    t = particle_type(s, blend=(mode,), scale=(xscale, yscale))
-    p = korvel.CParticle_new_size_color(t, 20, 20, size, WHITE)
-    getattr(korvel, "part_type_alpha%d" % len(alphas))(t, *alphas)
+    t = particle_type(s, blend=(mode,), scale=(xscale, yscale),
+                      **({"color3": colours} if colours else {}))
+    p = korvel.CParticle_new_size_color(t, 20, 20, size, WHITE) if alphas else \
+        korvel.CParticle_new(t, 20, 20)
+    if alphas:
+        getattr(korvel, "part_type_alpha%d" % len(alphas))(t, *alphas)
+    else:  # a later change of the type does not reach the particle
+        korvel.part_type_color3(t, 0x808080, 0x808080, 0x808080)
     for _ in range(steps - 1):
         korvel.CParticle_step(p)
     before = random_screen(screen, seed=11)
-    a = age_alpha(*(alphas if len(alphas) == 3 else (alphas[0], sum(alphas) / 2, alphas[1])),
-                  age_of(korvel.CParticle_dec_ttl_and_render(p, 0, 0), 30))
+    pos = np.float32(korvel.CParticle_dec_ttl_and_render(p, 0, 0) / 30)
     image = np.repeat(np.repeat(raw_words(s), size * yscale, axis=0), size * xscale, axis=1)
-    if image.shape == (2, 3):
-        image = sub_saturate(raw_words(surface_like(image).convert(screen)),
-                             ~(a | a << 8 | a << 16 | a << 24) & 0xFFFFFFFF)
-    elif a < 255 and mode:
-        image = sub_saturate(raw_words(surface_like(image).convert(screen)), (255 - a) * 0x01010101)
-    elif a < 255:
-        image = translucentify(image, ARGB, a)
     x, y = 20 - image.shape[1] // 2, 20 - image.shape[0] // 2
-    want = (additive_model(before, image, x, y) if mode
-            else blitted(before, surface_like(image), x, y))
+    if colours:
+        c = 0xFFFFFF - age_tint(*colours, pos)
+        tinted = tint_words(image, (c & 0xFF) << 16 | (c & 0xFF00) | (c >> 16))
+        once = additive_model(before, tinted, x, y)
+        want = additive_model(once, tinted, x, y) if c else once
+    else:
+        a = age_alpha(*alphas if len(alphas) == 3 else (alphas[0], 0.5, alphas[1]), pos)
+        want = faded(before, image, screen, mode, zoom, a, x, y)
     np.testing.assert_array_equal(raw_words(screen), want)
 
 
-# Colours are the particle's own, copied at birth (a type changed later does
-# not reach it). A tinted image is drawn twice on the frame it is made; an
-# untinted one is the shape itself, drawn once.
-@pytest.mark.parametrize("size,colours,steps", [
-    *[((4, 3), (RED, GREEN, BLUE), steps) for steps in (1, 10, 15, 16, 22, 29)],
-    ((3, 3), (RED,) * 3, 1), ((4, 2), (0x123456,) * 3, 1), ((5, 1), (0,) * 3, 1),
-    ((2, 2), (WHITE,) * 3, 1),
-])
-def test_tint_lowers_colour_bytes_with_the_crossed_last_pixel(runtime, screen, size, colours,
-                                                              steps):
-    s = shape(*size, seed=9)
-    t = particle_type(s, color3=colours, blend=(1,))
-    p = korvel.CParticle_new(t, 20, 20)
-    korvel.part_type_color3(t, 0x808080, 0x808080, 0x808080)
-    for _ in range(steps - 1):
-        korvel.CParticle_step(p)
-    before = random_screen(screen, seed=14)
-    tint = age_tint(*colours, age_of(korvel.CParticle_dec_ttl_and_render(p, 0, 0), 30))
-    tinted = tint_words(raw_words(s), tint_subtractor(ARGB, tint))
-    x, y = 20 - size[0] // 2, 20 - size[1] // 2
-    want = additive_model(before, tinted, x, y)
-    if tint != WHITE:
-        want = additive_model(want, tinted, x, y)
-    np.testing.assert_array_equal(raw_words(screen), want)
+def faded(before, image, screen, mode, zoom, a, x, y):
+    if zoom == (1, 1, 1):
+        image = bytewise(np.subtract, raw_words(surface_like(image).convert(screen)),
+                         ~(a | a << 8 | a << 16 | a << 24) & 0xFFFFFFFF)
+    elif a < 255 and mode:
+        image = bytewise(np.subtract, raw_words(surface_like(image).convert(screen)),
+                         (255 - a) * 0x01010101)
+    elif a < 255:
+        image = translucentify(image, a)
+    return additive_model(before, image, x, y) if mode else blitted(before, surface_like(image), x, y)
 
 
 @pytest.mark.parametrize("shape_depth,screen_depth", [(24, 32), (16, 32), (32, 16), (32, 24)])

@@ -15,7 +15,7 @@ VIEW = dict(xview=10, yview=5, object=-1, hborder=0, vborder=0, wview=32, hview=
 
 
 class RecordingScreen(pygame.Surface):
-    """A screen whose fill calls are recorded, and can be made to fail."""
+    # A screen whose fill calls are recorded, and can be made to fail.
 
     def __init__(self, *args):
         super().__init__(*args)
@@ -30,7 +30,7 @@ class RecordingScreen(pygame.Surface):
 
 
 def scaled_room():
-    """A room with one view, drawn once so that korvel holds its view scale."""
+    # A room with one view, drawn once so that korvel holds its view scale.
     room = korvel.TamRoom()
     for name, value in VIEW.items():
         setattr(room, "view_" + name, standins.fl8(value))
@@ -58,84 +58,66 @@ def world(runtime, screen):
 
 
 def mapped(x, y):
-    """Room coordinates on the screen, by the view above (half away from zero)."""
+    # Room coordinates on the screen, by the view above (half away from zero).
     rnd = lambda v: float(np.sign(v) * np.floor(abs(v) + 0.5))
     return rnd((x - 10) * 2) + 4, rnd((y - 5) * 3) + 2
 
 
 # Opaque: the screen's fill, or pygame.draw.rect from an outline of 0.5 up;
 # corners mapped through the view and rounded half away from zero.
-@pytest.mark.parametrize("corners,outline", [
-    *[((10, 5, 20, 15), o) for o in (None, 0.0, 0.49, -0.49, float("nan"), 1.0, 0.5, -0.5, -3.0)],
-    ((12.25, 5.5, 13.75, 6.5), None), ((-2.25, -0.5, 0.0, 0.0), None)])
-def test_opaque_rectangles_fill_or_go_to_pygame_draw_rect(world, corners, outline):
-    (x1, y1), (x2, y2) = mapped(*corners[:2]), mapped(*corners[2:])
-    box = (x1, y1, x2 - x1, y2 - y1)
-    assert korvel.draw_rectangle(*corners, *([] if outline is None else [outline])) is None
-    if outline is not None and abs(outline) >= 0.5:
-        assert (world.rect.calls, world.screen.fills) == ([(world.screen, (255, 0, 0), box, 1)], [])
-    else:
-        assert (world.rect.calls, world.screen.fills) == ([], [((255, 0, 0), box)])
-
-
-@pytest.mark.parametrize("alpha,weight", [(0.5, 127), (0.0, 0), (-2.0, 0), (1.5, 382 & 0xFF),
-                                          (0.999, 254)])
-@pytest.mark.parametrize("outline", [0.0, 0.5])
-def test_translucent_fill_mixes_the_runtime_colour(world, alpha, weight, outline):
+# Translucent: the runtime's integer colour used as pixel lanes, not mapped.
+@pytest.mark.parametrize("corners,outline,alpha,weight", [
+    *[((10, 5, 20, 15), o, 1.0, None)
+      for o in (None, 0.0, 0.49, -0.49, float("nan"), 1.0, 0.5, -0.5, -3.0)],
+    ((12.25, 5.5, 13.75, 6.5), None, 1.0, None), ((-2.25, -0.5, 0.0, 0.0), None, 1.0, None),
+    *[((10.4, 5.2, 20, 15), o, a, w) for o in (0.0, 0.5)
+      for a, w in [(0.5, 127), (0.0, 0), (-2.0, 0), (1.5, 382 & 0xFF), (0.999, 254)]]])
+def test_rectangles_fill_mix_or_go_to_pygame_draw_rect(world, corners, outline, alpha, weight):
     world.tamapi.py_draw_props.alpha = alpha
-    before = raw_words(world.screen)
-    assert korvel.draw_rectangle(10.4, 5.2, 20, 15, outline) is None
-    x1, y1 = (int(v) for v in mapped(10.4, 5.2))
-    x2, y2 = (int(v) for v in mapped(20, 15))
-    want = before.copy()
-    # the runtime's integer 0x0000FF is used as pixel lanes, not mapped
-    want[y1:y2 + 1, x1:x2] = fill_mix(before[y1:y2 + 1, x1:x2], 0x0000FF, weight)
-    np.testing.assert_array_equal(raw_words(world.screen), want)
-    assert world.screen.fills == []
+    (x1, y1), (x2, y2) = mapped(*corners[:2]), mapped(*corners[2:])
+    box, want = (x1, y1, x2 - x1, y2 - y1), raw_words(world.screen)
+    assert korvel.draw_rectangle(*corners, *([] if outline is None else [outline])) is None
+    rect, fills = [], [((255, 0, 0), box)]
+    if weight is not None:
+        x1, y1, x2, y2 = int(x1), int(y1), int(x2), int(y2)
+        want[y1:y2 + 1, x1:x2] = fill_mix(want[y1:y2 + 1, x1:x2], 0x0000FF, weight)
+        fills = []
+    elif outline is not None and abs(outline) >= 0.5:
+        rect, fills = [(world.screen, (255, 0, 0), box, 1)], []
+    assert (world.rect.calls, world.screen.fills) == (rect, fills)
+    if weight is not None:
+        np.testing.assert_array_equal(raw_words(world.screen), want)
 
 
-@pytest.mark.parametrize("outline", [1.0, 0.51, -0.5])
-def test_translucent_outline_is_refused(world, capfd, outline):
-    world.tamapi.py_draw_props.alpha = 0.5
+# A translucent outline is refused; a failing fill or draw.rect reports and
+# raises; so does bad runtime state, before anything is drawn.
+@pytest.mark.parametrize("change,error,line,outline", [
+    *[(lambda w: setattr(w.tamapi.py_draw_props, "alpha", 0.5), SystemError,
+       "Can't do alphablending on outline rectangles yet.\n", o) for o in (1.0, 0.51, -0.5)],
+    (lambda w: setattr(w.screen, "error", ValueError("no")), ValueError,
+     "An error occurred filling surface.\n", 0),
+    (lambda w: setattr(w.rect, "result", ValueError("no")), ValueError,
+     "An error occurred calling pygame.draw.rect(screen,color,"
+     "4.000000,2.000000,20.000000,30.000000,1).\n", 1),
+    *[(change, error, None, 0) for change, error in [
+        (lambda w: setattr(w.tamapi, "room", None), AttributeError),
+        (lambda w: setattr(w.room, "view_current", 8), IndexError),
+        (lambda w: setattr(w.room, "view_current", -1), IndexError),
+        (lambda w: setattr(w.room, "view_xport", [4.0]), TypeError),
+        (lambda w: setattr(w.room, "view_yview", None), TypeError),
+        (lambda w: delattr(w.tamapi.py_draw_props, "alpha"), AttributeError),
+        (lambda w: setattr(w.tamapi.py_draw_props, "alpha", "half"), TypeError)]]])
+def test_bad_runtime_state_raises(world, capfd, change, error, line, outline):
+    change(world)
     before = raw_words(world.screen)
-    with pytest.raises(SystemError):
+    with pytest.raises(error):
         korvel.draw_rectangle(10, 5, 20, 15, outline)
-    assert capfd.readouterr().err == "Can't do alphablending on outline rectangles yet.\n"
+    assert capfd.readouterr().err == line or line is None
     np.testing.assert_array_equal(raw_words(world.screen), before)
 
 
-@pytest.mark.parametrize("outline,fail,line", [
-    (0, lambda w: setattr(w.screen, "error", ValueError("no")),
-     "An error occurred filling surface.\n"),
-    (1, lambda w: setattr(w.rect, "result", ValueError("no")),
-     "An error occurred calling pygame.draw.rect(screen,color,"
-     "4.000000,2.000000,20.000000,30.000000,1).\n"),
-], ids=["fill", "draw.rect"])
-def test_a_failing_draw_reports_and_raises(world, capfd, outline, fail, line):
-    fail(world)
-    with pytest.raises(ValueError):
-        korvel.draw_rectangle(10, 5, 20, 15, outline)
-    assert capfd.readouterr().err == line
-
-
-@pytest.mark.parametrize("change,error", [
-    (lambda w: setattr(w.tamapi, "room", None), AttributeError),
-    (lambda w: setattr(w.room, "view_current", 8), IndexError),
-    (lambda w: setattr(w.room, "view_current", -1), IndexError),
-    (lambda w: setattr(w.room, "view_xport", [4.0]), TypeError),
-    (lambda w: setattr(w.room, "view_yview", None), TypeError),
-    (lambda w: delattr(w.tamapi.py_draw_props, "alpha"), AttributeError),
-    (lambda w: setattr(w.tamapi.py_draw_props, "alpha", "half"), TypeError),
-])
-def test_bad_runtime_state_raises(world, change, error):
-    change(world)
-    with pytest.raises(error):
-        korvel.draw_rectangle(10, 5, 20, 15)
-    assert world.screen.fills == []
-
-
 class ClosingProps:
-    """Draw properties whose colour closes the display when it is read."""
+    # Draw properties whose colour closes the display when it is read.
 
     alpha = 1.0
 

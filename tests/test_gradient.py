@@ -1,21 +1,22 @@
 import numpy as np
 import pygame
+import pytest
 from hypothesis import assume, given, settings
 from hypothesis import strategies as st
 
 import korvel
-from pixelmodel import byte_of, layers_model, noise, raw_words
+from pixelmodel import (byte_of, fill_mix, gradient_weights, layers_model, map_script, mix, noise,
+                        random_screen, raw_words)
 
 f32 = np.float32
 
 
 # Layer weights, bottom layer first, from the opacities as the caller passes them.
 def factors_vc(a1, a2):
-    a1, a2 = f32(a1), f32(a2)
-    rest = f32(1) - a2
-    w1 = rest * a1
-    dest = byte_of(max(rest - w1, f32(0)) * f32(256))
-    return [byte_of(w1 * f32(256)), byte_of(a2 * f32(256))], dest
+    rest = f32(1) - f32(a2)
+    w1 = rest * f32(a1)
+    return [byte_of(w1 * f32(256)), byte_of(f32(a2) * f32(256))], \
+        byte_of(max(rest - w1, f32(0)) * f32(256))
 
 
 def factors_vcv(a1, a2, a3):
@@ -28,15 +29,12 @@ def factors_vcv(a1, a2, a3):
 
 
 def factors_vcvvc(a1, a2, a3, a4, a5):
-    a1, a2, a3, a4, a5 = map(f32, (a1, a2, a3, a4, a5))
-    r = f32(1) - a5
-    w4 = r * a4
-    w3 = (r - w4) * a3
-    w2 = (r - w4 - w3) * a2
-    rem = r - w4 - w3 - w2
-    w1 = rem * a1
-    ws = [w1, w2, w3, w4, a5]
-    return [byte_of(w * f32(256)) for w in ws], byte_of(max(rem - w1, f32(0)) * f32(256))
+    ws, rem = [f32(a5)], f32(1) - f32(a5)
+    for a in (a4, a3, a2):  # each layer below gets its share of what is left
+        ws.insert(0, rem * f32(a))
+        rem = rem - ws[0]
+    w1 = rem * f32(a1)
+    return [byte_of(w * f32(256)) for w in [w1] + ws], byte_of(max(rem - w1, f32(0)) * f32(256))
 
 
 # The layers of each function, bottom first: g a gradient (top, bottom,
@@ -82,9 +80,59 @@ def test_gradients_match_the_model(name, flags, sub, rect, data):
     np.testing.assert_array_equal(raw_words(parent), want)
 
 
+RED, BLUE, GREEN = 0x0000FF, 0xFF0000, 0x00FF00
+
+
 def test_four_rows_step_by_a_quarter():
     s = pygame.Surface((4, 8), 0, 32)
     korvel.fast_draw_gradient_v(s, 0, 0, 3, 4, 0x0000FF, 0x000000, 255)
     # rows weigh red by t = 255, 191, 127, 63 (in 256ths), then scale by 255/256
     reds = [(255 * t >> 8) * 255 >> 8 for t in (255, 191, 127, 63)]
     assert [s.get_at((0, y)).r for y in range(4)] == reds
+
+
+@pytest.mark.parametrize("corners,alphaf,outline,line", [
+    ((RED, RED, RED, RED), 1.0, 0, "BUG: should actually fill.\n"),
+    ((RED, RED, RED, RED), 4.0, 1, "BUG: should actually fill.\n"),
+    ((RED, RED, BLUE, BLUE), 1.004, 0,  # neither opaque nor translucent
+     "Horizontal gradient, complex gradient, or no gradient. 256/0\n"),
+    ((RED, RED, BLUE, BLUE), 0.5, 1, "BUG: need to draw translucent outline vgrad.\n"),
+    ((RED, BLUE, BLUE, BLUE), 0.5, 0,
+     "Horizontal gradient, complex gradient, or no gradient. 127/0\n"),
+    ((RED, BLUE, GREEN, RED), 1.0, 3,
+     "Horizontal gradient, complex gradient, or no gradient. 255/3\n"),
+])
+def test_declined_cases_print_and_draw_nothing(screen, capfd, corners, alphaf, outline, line):
+    before = random_screen(screen, seed=8)
+    assert korvel.fast_draw_rectangle_color(2, 2, 20, 20, *corners, alphaf, outline) is None
+    assert capfd.readouterr().out == line
+    np.testing.assert_array_equal(raw_words(screen), before)
+
+
+def test_flat_translucent_outline_fills(screen, capfd):
+    want = random_screen(screen, seed=8)
+    korvel.fast_draw_rectangle_color(12, 9, 3, 4, *[0x00406080] * 4, 0.5, 1)
+    want[4:10, 3:12] = fill_mix(want[4:10, 3:12], 0x00406080, 127)
+    np.testing.assert_array_equal(raw_words(screen), want)
+    assert capfd.readouterr().out == ""
+
+
+def test_translucent_vertical_fill_is_the_gradient_function(screen):
+    before = random_screen(screen, seed=8)
+    copy = screen.copy()
+    korvel.fast_draw_rectangle_color(40, 30, 5, 7, RED, RED, BLUE, BLUE, 0.7, 0)
+    korvel.fast_draw_gradient_v(copy, 5, 7, 40, 30, RED, BLUE, int(np.float32(0.7) * 255))
+    np.testing.assert_array_equal(raw_words(screen), raw_words(copy))
+    assert (raw_words(screen) != before).any()
+
+
+# The opaque colours in the screen's own format; the outline's right side
+# one column out, its sides starting at weight 255 in the second row.
+def test_opaque_outline_is_mapped_into_the_screen_format(screen):
+    random_screen(screen, seed=8)
+    korvel.fast_draw_rectangle_color(0, 0, 10, 10, RED, RED, BLUE, BLUE, 1.0, 1)
+    words = raw_words(screen)
+    assert (words[0, :10] == map_script(screen, RED)).all()
+    assert (words[10, 1:10] == map_script(screen, BLUE)).all()
+    sides = [map_script(screen, mix(RED, BLUE, t)) for t in gradient_weights(0, 10, 10)]
+    np.testing.assert_array_equal(words[1:11, [0, 10]], np.array([sides, sides]).T)

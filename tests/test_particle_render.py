@@ -1,6 +1,6 @@
-"""Particles drawn onto the stored screen: which way of drawing, position,
-rotation, the per-type cache and the guards. The image kernels themselves
-are checked in test_blend.py."""
+# Particles drawn onto the stored screen: which way of drawing, position,
+# rotation, the per-type cache and the guards (the image kernels are in
+# test_blend.py).
 import ctypes
 import textwrap
 
@@ -10,8 +10,7 @@ import pytest
 
 import korvel
 import standins
-from pixelmodel import (blitted, particle_type, random_screen, raw_words,
-                        render, shape)
+from pixelmodel import blitted, particle_type, random_screen, raw_words, render, shape
 
 
 # Opaque and untinted: the shape itself, never rotated, at the particle's
@@ -27,49 +26,45 @@ def test_plain_particle_is_the_shape_blitted(runtime, screen, angle, at, offset,
     np.testing.assert_array_equal(raw_words(screen), blitted(before, s, *corner))
 
 
-def rendered(s, angle, **settings):
-    """The screen after one particle at a fixed angle, from a fresh type."""
-    screen = pygame.display.get_surface()
-    screen.fill((0, 0, 0))
-    render(particle_type(s, orientation=(angle, angle, 0, 0, 0), **settings), 32, 24)
-    return raw_words(screen)
-
-
 # Scaled images turn in 16-degree steps, unscaled translucent ones by the
 # truncated angle.
 @pytest.mark.parametrize("size,settings,same,different", [
     ((14, 6), {"scale": (2, 2)}, [(90, 85), (359.9, 352)], [(90, 0), (96, 90)]),
     ((30, 12), {"alpha3": (0.5, 0.5, 0.5), "blend": (1,)}, [(359.9, 359)], [(352, 359), (30, 0)]),
-], ids=["scaled", "translucent"])
+])
 def test_rotation(runtime, screen, size, settings, same, different):
     s = shape(*size, seed=9)
+
+    def rendered(s, angle, **settings):
+        screen.fill((0, 0, 0))
+        render(particle_type(s, orientation=(angle, angle, 0, 0, 0), **settings), 32, 24)
+        return raw_words(screen)
+
     for a, b in same:
         np.testing.assert_array_equal(rendered(s, a, **settings), rendered(s, b, **settings))
     for a, b in different:
         assert not np.array_equal(rendered(s, a, **settings), rendered(s, b, **settings))
 
 
-@pytest.mark.parametrize("make,ttl", [
-    (lambda: korvel.CParticle_new_size_color(particle_type(shape(4, 4, seed=11)), 20, 20, 0.1,
-                                             0xFFFFFF), 29),
-    (lambda: korvel.CParticle_new(particle_type(shape(4, 4, seed=12), life=(1, 1)), 20, 20), 0),
-    (lambda: korvel.CParticle_new(korvel.part_type_create(), 20, 20), 29),
-    (lambda: korvel.CParticle_new(particle_type(pygame.Surface((2, 3), 0, 8), scale=(-2, 1)),
-                                  20, 20), 29),
-    (lambda: korvel.CParticle_new(particle_type(shape(4, 4, seed=13), scale=(5000, 5000)),
-                                  20, 20), 29),
-], ids=["zero size", "dying", "no shape", "8-bit mirrored", "too large"])
-def test_nothing_is_drawn(runtime, screen, make, ttl):
+# A zero size, a dying particle, no shape, an 8-bit shape mirrored, a size
+# no surface can have.
+@pytest.mark.parametrize("shape_,settings,size,ttl", [
+    (shape(4, 4, seed=11), {}, 0.1, 29), (shape(4, 4, seed=12), {"life": (1, 1)}, None, 0),
+    (None, {}, None, 29), (pygame.Surface((2, 3), 0, 8), {"scale": (-2, 1)}, None, 29),
+    (shape(4, 4, seed=13), {"scale": (5000, 5000)}, None, 29)])
+def test_nothing_is_drawn(runtime, screen, shape_, settings, size, ttl):
     before = random_screen(screen, seed=11)
-    assert korvel.CParticle_dec_ttl_and_render(make(), 0, 0) == ttl
+    t = particle_type(shape_, **settings)
+    p = korvel.CParticle_new(t, 20, 20) if size is None else \
+        korvel.CParticle_new_size_color(t, 20, 20, size, 0xFFFFFF)
+    assert korvel.CParticle_dec_ttl_and_render(p, 0, 0) == ttl
     np.testing.assert_array_equal(raw_words(screen), before)
 
 
 # The shape is no part of a cache key: images of a former shape are served
 # until the cache is cleared. Plain particles draw the shape itself.
 @pytest.mark.parametrize("settings", [{}, {"color3": (0xFF,) * 3}, {"alpha3": (0.5,) * 3},
-                                      {"scale": (2, 2)}],
-                         ids=["plain", "tinted", "translucent", "scaled"])
+                                      {"scale": (2, 2)}])
 def test_cache_serves_images_of_a_former_shape_until_cleared(runtime, screen, settings):
     old, new = shape(4, 4, seed=14), shape(4, 4, seed=15)
 
