@@ -92,6 +92,7 @@ def test_rotoscale():
     assert korvel.rotoscale(pygame.Surface((4, 4), 0, 8), -1.0, 1.0, 90.0).get_size()[0] > 0
 
 
+# Sizes past memory or int range, NaN or infinite factors, empty surfaces.
 @pytest.mark.parametrize("call,error", [
     (lambda s: korvel.scale(s, 1e4, 1e4), MemoryError),
     (lambda s: korvel.scale(s, 3e38, 1.0), MemoryError),
