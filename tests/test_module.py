@@ -28,7 +28,7 @@ def particle_at(x, y):
     return korvel.CParticle_new(pt, float(x), float(y))
 
 
-def test_drawing_follows_a_display_set_up_again_without_set_SDL_screen(runtime, screen):
+def test_drawing_follows_a_display_set_up_again_and_raises_once_it_is_closed(runtime, screen):
     # pygame frees the display's old SDL surface; korvel must not draw into it.
     bigger = pygame.display.set_mode((100, 80), 0, 32)
     bigger.fill((0, 0, 0))
@@ -36,16 +36,12 @@ def test_drawing_follows_a_display_set_up_again_without_set_SDL_screen(runtime, 
     assert bigger.get_at((90, 70))[:3] == (255, 255, 255)
     sprite = korvel.TamSprite_from_surface(pygame.Surface((2, 2), 0, 24))
     assert sprite.subimages[0].get_bitsize() == bigger.get_bitsize()
-
-
-@pytest.mark.parametrize("call", [
-    lambda: korvel.CParticle_dec_ttl_and_render(particle_at(1, 1), 0, 0),
-    lambda: korvel.TamSprite_from_surface(pygame.Surface((2, 2), 0, 32))])
-def test_drawing_after_the_display_closed_raises(runtime, screen, call):
     pygame.display.quit()
     try:
-        with pytest.raises(RuntimeError, match="call set_SDL_screen"):
-            call()
+        for call, args in ((korvel.CParticle_dec_ttl_and_render, (particle_at(1, 1), 0, 0)),
+                           (korvel.TamSprite_from_surface, (pygame.Surface((2, 2), 0, 32),))):
+            with pytest.raises(RuntimeError, match="call set_SDL_screen"):
+                call(*args)
     finally:
         pygame.display.init()
         korvel.set_SDL_screen(pygame.display.set_mode((64, 48), 0, 32))
