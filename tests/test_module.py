@@ -15,6 +15,9 @@ def test_module_functions_ignore_arguments_and_keep_the_display_whatever_the_cou
     for _ in range(300):
         assert korvel.init_subsystems(1, "x") is None
     assert capfd.readouterr().out == "breakable\n" * 2
+    pytest.raises(SystemError, korvel.draw_sprite_ext, 1, 2, 3)  # disabled, and says why
+    assert capfd.readouterr().err == ("This does not behave properly on Mac, and does not "
+                                      "provide the desired speed boost on Linux.\n")
     assert pygame.display.get_surface() is screen
     korvel.fill_translucent(screen, 0, 0, 4, 4, 0xFFFFFF, 128)
     assert screen.get_at((1, 1))[:3] == (int(fill_mix(0, 0xFFFFFF, 128)) & 0xFF,) * 3

@@ -83,9 +83,3 @@ def test_unusable_requests_raise(frame, capfd, make, kw, error, message):
     with pytest.raises(error):
         add(spr, **kw)
     assert not message or capfd.readouterr().err == message
-
-
-def test_draw_sprite_ext_is_disabled(capfd):
-    pytest.raises(SystemError, korvel.draw_sprite_ext, 1, 2, 3)
-    assert capfd.readouterr().err == ("This does not behave properly on Mac, and does not "
-                                      "provide the desired speed boost on Linux.\n")
