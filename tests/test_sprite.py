@@ -1,5 +1,7 @@
 """TamSprite and BackgroundData: members, resource-number conversions and
 comparison, the state a sprite reduces to, and sprites made from a surface."""
+import weakref
+
 import numpy as np
 import pygame
 import pytest
@@ -56,21 +58,14 @@ def test_conversions_and_comparison_by_position_in_the_game_list(runtime, capfd,
         assert capfd.readouterr().err == "XXX need to set an exception.\n" * 4
 
 
-class OnRelease:
-    """A cache entry whose finaliser changes the sprite that holds it."""
-    def __init__(self, sprite, change):
-        self.sprite, self.change = sprite, change
-
-    def __del__(self):
-        self.change(self.sprite)
-
-
 @pytest.mark.parametrize("change,want", [
     (lambda s: (setattr(s, "name", "spr_renamed"), s.subimages.append(1)), ("spr_renamed", 5)),
     (lambda s: delattr(s, "name"), AttributeError), (lambda s: delattr(s, "subimages"), AttributeError)])
 def test_reduce_takes_the_state_after_the_cache_entries_are_released(change, want):
-    s = sprite()
-    s.scalecache["key"] = OnRelease(s, change)
+    s, entry = sprite(), type("Entry", (), {})()
+    weakref.finalize(entry, change, s)  # a cache entry whose release changes the sprite
+    s.scalecache["key"] = entry
+    del entry
     if want is AttributeError:
         pytest.raises(AttributeError, s.__reduce__)
     else:
