@@ -12,14 +12,9 @@ from korvel import InstanceList, TamVar
 NUMBERS = [7, 8, 10**20]  # the last not a cached small int
 
 
-class Numbered(standins.ObjectInstanceBase):
-    """Not exactly an instance type: resolved through its number."""
-
-    def __init__(self, n):
-        self.n = n
-
-    def __int__(self):
-        return self.n
+# Not exactly an instance type: resolved through its number.
+Numbered = type("Numbered", (standins.ObjectInstanceBase,),
+                {"__init__": lambda self, n: setattr(self, "n", n), "__int__": lambda self: self.n})
 
 
 # Each form names an instance: itself, in a variable, or by its number in any spelling.
