@@ -88,8 +88,7 @@ drawing = pytest.fixture(lambda runtime, screen: Drawing(runtime, screen), name=
 
 
 def test_without_views_backgrounds_then_tiles_then_instances_are_drawn(drawing):
-    rng = np.random.default_rng(3)
-    images = [rng.integers(0, 256, (16, 12, 3), dtype=np.uint8) for _ in range(2)]
+    images = np.random.default_rng(3).integers(0, 256, (2, 16, 12, 3), dtype=np.uint8)
     drawing.tam6.game.backgrounds = [make_background(p) for p in images]
     tiles = [(4, 5, 0, 2, 3, 8, 6), (8, 7, 1, 0, 0, 16, 12), (58, 44, 0, 0, 0, 16, 12)]
     room = make_room([drawing.instance("a", surface=drawing.screen, x=9, y=9), drawing.instance(
@@ -104,6 +103,8 @@ def test_without_views_backgrounds_then_tiles_then_instances_are_drawn(drawing):
     np.testing.assert_array_equal(pygame.surfarray.array3d(drawing.screen), pixels)
     assert drawing.calls == [(room, drawing.screen, 0, 0)]
     assert drawing.log == ["a", "b"] and room.view_current == 0
+    del drawing.tamapi.game  # a room without tiles never asks for it
+    assert korvel.Room_Draw(make_room(), drawing.screen) is None
 
 
 def insert(make):  # a breakage that draws `make(drawing)` second
@@ -215,8 +216,7 @@ def test_an_instance_without_draw_code_is_drawn_automatically_from_the_next_fram
     assert drawing.tamapi.draw_sprite_ext.calls == [tuple(sprite.values())]
 
 
-class Bare:  # a particle system that cannot draw
-    py_automatic_draw = True
+Bare = type("Bare", (), dict(py_automatic_draw=True))  # a particle system that cannot draw
 
 
 def without(name, **attrs):  # an instance lacking `name`
