@@ -8,8 +8,6 @@ import pygame
 
 import korvel
 
-ARGB = (0x00FF0000, 0x0000FF00, 0x000000FF, 0xFF000000)
-
 
 def raw_words(surface):
     # The surface's pixel words including row padding, shape (h, pitch / 4).

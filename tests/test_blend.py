@@ -25,12 +25,19 @@ RED, GREEN, BLUE, WHITE = 0x0000FF, 0x00FF00, 0xFF0000, 0xFFFFFF
     ((6, 4), (20, 3)), ((6, 4), (20, 47)), ((6, 4), (20, 50)), ((4, 100), (10, 20))])
 @pytest.mark.parametrize("mode,fill", [(1, None), (128, 0), (1, 0xFFFFFFFF)])
 def test_additive_clipping(runtime, screen, size, centre, mode, fill):
-    before = random_screen(screen, seed=size[1] * 100 + centre[1], value=fill)
+    # the screen is a subsurface: its parent's pixels around it stay as they were
+    parent = pygame.Surface((70, 52), 0, 32)
+    before = random_screen(parent, seed=size[1] * 100 + centre[1], value=fill)
     s = shape(*size, seed=size[0], alpha=0x80)
-    render(particle_type(s, blend=(mode,)), *centre)
-    want = additive_model(before, raw_words(s), centre[0] - size[0] // 2,
-                          centre[1] - size[1] // 2)
-    np.testing.assert_array_equal(raw_words(screen), want)
+    korvel.set_SDL_screen(parent.subsurface((2, 1, 64, 48)))
+    try:
+        render(particle_type(s, blend=(mode,)), *centre)
+    finally:
+        korvel.set_SDL_screen(screen)
+    want = before.copy()
+    want[1:49, 2:66] = additive_model(before[1:49, 2:66], raw_words(s), centre[0] - size[0] // 2,
+                                      centre[1] - size[1] // 2)
+    np.testing.assert_array_equal(raw_words(parent), want)
 
 
 @pytest.mark.parametrize("centre,printed", [((10, 10), "Error: Unexpected additive blend mode 2\n"),

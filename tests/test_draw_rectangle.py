@@ -32,11 +32,9 @@ class RecordingScreen(pygame.Surface):
 def scaled_room():
     # A room with one view, drawn once so that korvel holds its view scale.
     room = korvel.TamRoom()
-    for name, value in VIEW.items():
+    for name, value in dict(VIEW, visible=1).items():
         setattr(room, "view_" + name, standins.fl8(value))
-    room.view_visible = standins.fl8(1)
-    room.view_enabled = 1
-    room.drawn_objects, room.tiles = [], []
+    room.view_enabled, room.drawn_objects, room.tiles = 1, [], []
     return room
 
 
