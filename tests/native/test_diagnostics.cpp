@@ -18,50 +18,34 @@ std::string slurp(const char* name) {
   return ss.str();
 }
 
-// Runs each test in a fresh working directory, since the helpers write there.
-class Diagnostics : public ::testing::Test {
- protected:
-  void SetUp() override {
-    fs::remove_all(dir_);
-    fs::create_directories(dir_);
-    fs::current_path(dir_);
-  }
-  void TearDown() override {
-    fs::current_path(old_);
-    fs::remove_all(dir_);
-  }
-  fs::path old_ = fs::current_path();
-  fs::path dir_ = fs::temp_directory_path() / ("korvel-diag-" + std::to_string(getpid()));
-};
-
 }  // namespace
 
-// A log that cannot be opened (here a directory of that name) loses the note.
-TEST_F(Diagnostics, DumpAppendsWithoutNewline) {
+// In a fresh working directory, since the helpers write there: the logs
+// append (debug.log in prefixed lines), the crasher notes and exits cleanly,
+// a log that cannot be opened (here a directory of that name) loses the
+// note, and debug writes its text as it is.
+TEST(Diagnostics, LogsAppendAndDebugWritesTextAsIs) {
+  const fs::path old = fs::current_path();
+  const fs::path dir = fs::temp_directory_path() / ("korvel-diag-" + std::to_string(getpid()));
+  fs::remove_all(dir);
+  fs::create_directories(dir);
+  fs::current_path(dir);
   korvel::dump("a");
   korvel::dump("a");
-  EXPECT_EQ(slurp("logfile.txt"), "aa");
-  fs::remove("logfile.txt");
-  fs::create_directory("logfile.txt");
-  korvel::dump("lost");
-}
-
-TEST_F(Diagnostics, DebugLogAppendsPrefixedLines) {
   korvel::debug_log("x");
   korvel::debug_log("y z");
+  EXPECT_EXIT(korvel::crasher(nullptr), ::testing::ExitedWithCode(0), "");
+  EXPECT_EQ(slurp("logfile.txt"), "aacrasher called.\n");
   EXPECT_EQ(slurp("debug.log"), "korvel: x\nkorvel: y z\n");
-  fs::remove("debug.log");
-  fs::create_directory("debug.log");
+  for (const char* name : {"logfile.txt", "debug.log"}) {
+    fs::remove(name);
+    fs::create_directory(name);
+  }
+  korvel::dump("lost");
   korvel::debug_log("lost");
-}
-
-TEST_F(Diagnostics, DebugWritesTextAsIs) {
   testing::internal::CaptureStdout();
   EXPECT_EQ(korvel::debug("plain %d text"), 0);
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "plain %d text");
-}
-
-TEST_F(Diagnostics, CrasherNotesAndExitsCleanly) {
-  EXPECT_EXIT(korvel::crasher(nullptr), ::testing::ExitedWithCode(0), "");
-  EXPECT_EQ(slurp("logfile.txt"), "crasher called.\n");
+  fs::current_path(old);
+  fs::remove_all(dir);
 }

@@ -19,42 +19,41 @@ TEST(FillRun, EveryIsaMatchesScalar) {
     for (std::size_t off : {0, 1, 3})
       for (uint32_t na = 0; na < 256; ++na) {
         const uint32_t fg = rng();  // any word: the run adds it as it is
-        ASSERT_TRUE(testutil::every_isa_gives(
-            base, [&](const Kernels& k, auto& p) { k.fill_run(p.data() + off, n, fg, na); }))
-            << "n=" << n << " off=" << off << " na=" << na;
+        const auto run = [&](const Kernels& k, auto& p) { k.fill_run(p.data() + off, n, fg, na); };
+        ASSERT_TRUE(testutil::every_isa_gives(base, run)) << n << "+" << off << " na=" << na;
       }
 }
 
 // Covered pixels get the per-channel mix with a zero top byte; every other
 // word, row padding and the guard rows included, keeps its bytes.
 TEST(Fill, CoversExactlyTheContractArea) {
-  struct Case { int w, h, pad, x1, y1, x2, y2; };
-  const Case cases[] = {{20, 20, 0, 0, 0, 10, 10},   // 11 rows, 10 columns
-                        {13, 9, 3, 2, 1, 40, 40},    // clamped: last column w - 2
-                        {13, 9, 0, -5, -7, 6, 4},    // negative corner clipped
-                        {13, 9, 0, 6, 3, 6, 8},      // x1 == x2: nothing
-                        {13, 9, 0, 1, 5, 9, 2},      // y1 > y2: nothing
-                        {13, 9, 0, 1, 20, 9, 30},    // below the surface
-                        {1, 1, 0, 0, 0, 1, 1},       // 1x1: exclusive right edge
-                        {37, 5, 1, 0, 0, 100, 100}};  // odd width, padded pitch
+  // w, h, pad, x1, y1, x2, y2
+  const int cases[][7] = {{20, 20, 0, 0, 0, 10, 10},    // 11 rows, 10 columns
+                          {13, 9, 3, 2, 1, 40, 40},     // clamped: last column w - 2
+                          {13, 9, 0, -5, -7, 6, 4},     // negative corner clipped
+                          {13, 9, 0, 6, 3, 6, 8},       // x1 == x2: nothing
+                          {13, 9, 0, 1, 5, 9, 2},       // y1 > y2: nothing
+                          {13, 9, 0, 1, 20, 9, 30},     // below the surface
+                          {1, 1, 0, 0, 0, 1, 1},        // 1x1: exclusive right edge
+                          {37, 5, 1, 0, 0, 100, 100}};  // odd width, padded pitch
   const uint32_t color = 0x00C08040, a = 200;
-  for (const Case& c : cases)
+  for (const auto& [w, h, pad, x1, y1, x2, y2] : cases)
     for (Isa isa : available_isas()) {
       testutil::PinnedIsa pin(isa);
-      const Picture base(c.w, c.h, c.pad, 11);
+      const Picture base(w, h, pad, 11);
       Picture got = base;
-      fill_translucent(got.view(), c.x1, c.y1, c.x2, c.y2, color, int(a) + 0x300);
-      const int xe = std::min(c.x2, c.w - 1), ye = std::min(c.y2, c.h - 1);
-      for (int y = -1; y <= c.h; ++y)
+      fill_translucent(got.view(), x1, y1, x2, y2, color, int(a) + 0x300);
+      for (int y = -1; y <= h; ++y)
         for (int x = 0; x < got.stride; ++x) {
           uint32_t want = base.at(x, y);
-          if (x >= std::max(c.x1, 0) && x < xe && y >= std::max(c.y1, 0) && y <= ye) {
+          if (x >= std::max(x1, 0) && x < std::min(x2, w - 1) && y >= std::max(y1, 0) &&
+              y <= std::min(y2, h - 1)) {
             want = 0;
             for (int k = 0; k < 3; ++k)
               want |= (((testutil::lane(base.at(x, y), k) * (255 - a)) >> 8) +
                        ((testutil::lane(color, k) * a) >> 8)) << (8 * k);
           }
-          ASSERT_EQ(got.at(x, y), want) << kernels_for(isa).name << " case " << (&c - cases)
+          ASSERT_EQ(got.at(x, y), want) << kernels_for(isa).name << " " << x1 << "," << y1
                                         << " x=" << x << " y=" << y;
         }
     }

@@ -3,11 +3,10 @@
 #include <cmath>
 #include <limits>
 #include <tuple>
-#include <utility>
 #include <vector>
 
-#include "korvel_core/particle.h"
 #include "korvel/particles/render_plan.h"
+#include "korvel_core/particle.h"
 
 using namespace korvel::particles;
 
@@ -18,11 +17,9 @@ std::vector<double> g_draws;
 std::size_t g_taken = 0;
 
 double scripted() {
-  if (g_taken >= g_draws.size()) {
-    ADD_FAILURE() << "more draws than scripted";
-    return 0.0;
-  }
-  return g_draws[g_taken++];
+  if (g_taken < g_draws.size()) return g_draws[g_taken++];
+  ADD_FAILURE() << "more draws than scripted";
+  return 0.0;
 }
 
 void script(std::vector<double> draws) {
@@ -42,65 +39,53 @@ Particle newborn(float size, float angle) {
 
 }  // namespace
 
-// What the setters derive rather than store (the rest is seen through stepping).
-TEST(TypeSetters, ScaleTruncateAndGuard) {
+// What the setters derive rather than store, and the draws of a birth in
+// their order: direction, speed, size, life, angle (the size-and-colour
+// birth takes the angle before the life). The life's maximum is never drawn.
+TEST(Birth, SettersAndDrawsInTheirOrder) {
   TypeParams t = default_type(0xFFFFFF00);
   set_size(t, 1, 1, 0.5f, 0.5f);  // a fixed size never grows or wiggles
-  EXPECT_EQ(std::pair(t.size_incr, t.size_wiggle), std::pair(0.0f, 0.0f));
   set_life(t, 10.9f, -3.9f);
-  EXPECT_EQ(std::tuple(t.life_min, t.life_max, t.life_range), std::tuple(10, -3, -13));
   set_blend(t, 128.9f);
-  EXPECT_EQ(t.blend, 128);
+  EXPECT_EQ(std::tuple(t.size_incr, t.size_wiggle, t.life_min, t.life_max, t.life_range, t.blend),
+            std::tuple(0.0f, 0.0f, 10, -3, -13, 128));
   set_blend(t, std::numeric_limits<float>::quiet_NaN());  // no undefined conversion
   EXPECT_EQ(t.blend, INT32_MIN);
-}
-
-TEST(Birth, DrawsInTheirOrder) {
-  TypeParams t = default_type(0x00FFFFFF);
+  t = default_type(0x00FFFFFF);
   set_direction(t, 0, 90, 0, 0);
   set_speed(t, 1, 3, 0, 0);
   set_size(t, 0.5f, 1.5f, 0, 0);
   set_life(t, 10, 20);
   set_orientation(t, 0, 360, 0, 0, 0);
   Particle p{};
-  script({0.5, 0.25, 0.75, 0.5, 0.1});  // direction, speed, size, life, angle
+  script({0.5, 0.25, 0.75, 0.5, 0.1});
   CParticle_born(p, t, 3.5f, -2.0f, scripted);
-  EXPECT_EQ(g_taken, 5u);
-  EXPECT_EQ(std::vector<float>({p.x, p.y, p.direction, p.speed, p.size, float(p.ttl), p.lifespan}),
-            std::vector<float>({3.5f, -2.0f, 45, 1.5f, 1.25f, 15, 15}));
-  EXPECT_FLOAT_EQ(p.angle, 36.0f);
+  EXPECT_EQ(std::vector<float>({p.x, p.y, p.direction, p.speed, p.size, float(p.ttl), p.lifespan,
+                                p.angle, float(g_taken), float(p.startcolor)}),
+            std::vector<float>({3.5f, -2.0f, 45, 1.5f, 1.25f, 15, 15, 36, 5, 0x00FFFFFF}));
   EXPECT_NEAR(p.xvel, -1.5 * std::sqrt(0.5), 1e-6);  // 45 degrees past straight down
   EXPECT_NEAR(p.yvel, 1.5 * std::sqrt(0.5), 1e-6);
-  EXPECT_EQ(p.startcolor, 0x00FFFFFFu);
-  script({0.5, 0.25, 0.1, 0.5});  // direction, speed, angle, life; the size is given
+  script({0.5, 0.25, 0.1, 0.5});
   CParticle_born_size_color(p, t, 1, 2, 3.0f, 0x00123456, scripted);
-  EXPECT_EQ(g_taken, 4u);
-  EXPECT_EQ(std::vector<float>({p.direction, p.speed, p.size, float(p.ttl)}),
-            std::vector<float>({45, 1.5f, 3.0f, 15}));
-  EXPECT_FLOAT_EQ(p.angle, 36.0f);
-  EXPECT_EQ(std::vector<uint32_t>({p.startcolor, p.halfcolor, p.endcolor}),
-            std::vector<uint32_t>(3, 0x00123456));
-  script({0, 0, 0, 0.99999, 0});  // the life's maximum is never drawn
+  EXPECT_EQ(std::vector<float>({p.direction, p.speed, p.size, float(p.ttl), p.angle, float(g_taken)}),
+            std::vector<float>({45, 1.5f, 3.0f, 15, 36.0f, 4}));
+  EXPECT_EQ(std::tuple(p.startcolor, p.halfcolor, p.endcolor),
+            std::tuple(0x00123456u, 0x00123456u, 0x00123456u));
+  script({0, 0, 0, 0.99999, 0});
   CParticle_born(p, t, 0, 0, scripted);
   EXPECT_EQ(p.ttl, 19);
 }
 
-TEST(Step, DefaultTypeMovesWithoutDraws) {
-  const TypeParams t = default_type(0xFFFFFF);
-  Particle p = newborn(1, 0);  // ttl 10
-  p.x = 1;
-  p.y = 2;
-  p.xvel = 0.5f;
-  p.yvel = -1.25f;
+// The default type moves without draws; the ttl wraps instead of overflowing.
+// The angle's increment wraps once by 360 and then the range clamps it.
+TEST(Step, MovesThenTurnsOnceAndClamps) {
+  Particle p = newborn(1, 0);
+  std::tie(p.x, p.y, p.xvel, p.yvel) = std::tuple(1.0f, 2.0f, 0.5f, -1.25f);
   script({});
-  for (int i = 9; i >= 0; --i) EXPECT_EQ(CParticle_step_low(p, t, scripted), i);
+  for (int i = 9; i >= 0; --i) EXPECT_EQ(CParticle_step_low(p, default_type(0xFFFFFF), scripted), i);
   EXPECT_EQ(std::pair(p.x, p.y), std::pair(6.0f, -10.5f));
   p.ttl = INT32_MIN;
-  EXPECT_EQ(dec_ttl(p), INT32_MAX);  // wraps instead of overflowing
-}
-
-// The increment wraps once by 360 then the angle is clamped to the range.
-TEST(Step, OrientationIncrementWrapsOnceThenClamps) {
+  EXPECT_EQ(dec_ttl(p), INT32_MAX);
   const float nan = std::nanf("");
   const float cases[][6] = {  // min, max, incr, start, after one step, after two
       {0, 360, 10, 355, 5, 15},   {0, 180, 10, 175, 180, 180},  // clamped and stuck
@@ -113,20 +98,18 @@ TEST(Step, OrientationIncrementWrapsOnceThenClamps) {
   for (const auto& c : cases) {
     TypeParams t = default_type(0xFFFFFF);
     set_orientation(t, c[0], c[1], c[2], 0, 0);
-    Particle p{};
     p.angle = c[3];
-    script({});
     for (int i : {4, 5}) {
       CParticle_step_low(p, t, scripted);
-      if (std::isnan(c[i]))
-        EXPECT_TRUE(std::isnan(p.angle));
-      else
-        EXPECT_FLOAT_EQ(p.angle, c[i]) << c[0] << " " << c[1] << " " << c[2] << " " << c[3];
+      EXPECT_TRUE(std::isnan(c[i]) ? std::isnan(p.angle) : p.angle == c[i])
+          << c[0] << " " << c[1] << " " << c[2] << " " << c[3] << ": " << p.angle;
     }
   }
 }
 
-TEST(Step, WiggleDrawsOrientationFirstThenSizeAndIncrementsClamp) {
+// Wiggles draw the orientation's first, then the size's; a changed size is
+// clamped to the range, an unchanged one left alone.
+TEST(Step, WiggleAndIncrementOfTheSize) {
   TypeParams t = default_type(0xFFFFFF);
   set_orientation(t, 0, 360, 0, 10, 0);
   set_size(t, 0, 4, 0, 0.25f);  // wiggle 1.0 after scaling by the range
@@ -134,24 +117,19 @@ TEST(Step, WiggleDrawsOrientationFirstThenSizeAndIncrementsClamp) {
   script({0.75, 0.0});
   CParticle_step_low(p, t, scripted);
   EXPECT_EQ(g_taken, 2u);
-  EXPECT_FLOAT_EQ(p.angle, 105.0f);  // 20 * 0.75 - 10
-  EXPECT_FLOAT_EQ(p.size, 1.0f);     // 2 * 0 - 1
+  EXPECT_EQ(std::pair(p.angle, p.size), std::pair(105.0f, 1.0f));  // 20 * 0.75 - 10, 2 * 0 - 1
   set_orientation(t, 0, 360, 0, 0, 0);
-  set_size(t, 1, 2, 0.1f, 0);
-  p.size = 1.95f;
-  CParticle_step_low(p, t, scripted);
-  EXPECT_EQ(p.size, 2.0f);
-  set_size(t, 1, 1, 0, 0);
-  p.size = 3.0f;
-  CParticle_step_low(p, t, scripted);
-  EXPECT_EQ(p.size, 3.0f);  // no increment, no wiggle: left alone
-  t.size_incr = 0.5f;
-  CParticle_step_low(p, t, scripted);
-  EXPECT_EQ(p.size, 1.0f);
+  for (auto [incr, from, to] : {std::tuple{0.1f, 1.95f, 2.0f}, {0.0f, 3.0f, 3.0f}, {-2.5f, 3.0f, 1.0f}}) {
+    set_size(t, 1, 2, incr, 0);
+    p.size = from;
+    CParticle_step_low(p, t, scripted);
+    EXPECT_EQ(p.size, to) << incr << " " << from;
+  }
 }
 
-// The type's colours age as the particle's own copies do.
-TEST(AgeTint, TypeAndParticleAgeAlike) {
+// The type's colours age as the particle's own copies do; the alpha's model
+// is the opacities' table.
+TEST(Age, TintAndAlpha) {
   TypeParams t = default_type(0);
   Particle p{};
   p.startcolor = t.startcolor = 0xEE0000FF;
@@ -160,20 +138,15 @@ TEST(AgeTint, TypeAndParticleAgeAlike) {
   EXPECT_EQ(DesiredTint_type(t, 1.0f), 0x000000FFu);
   for (float pos : {1.0f, 0.9f, 0.6f, 0.5f, 0.3f, 0.01f})
     EXPECT_EQ(DesiredTint_part_tam(p, pos), DesiredTint_type(t, pos)) << pos;
-}
-
-TEST(AgeAlpha, Opacities) {
   const double nan = std::nan("");
   const double cases[][5] = {  // start, half, end, pos, opacity
-      {1, 1, 1, 1.0f, 255}, {1, 1, 1, 0.75f, 255}, {1, 1, 1, 0.5f, 255}, {1, 1, 1, 0.01f, 255},
-      {1, 0.5f, 0, 0.75f, 191}, {1, 0.5f, 0, 0.5f, 127}, {0.999f, 1, 1, 1.0f, 254},
-      {2, 1, 1, 1.0f, 510},     {-1, 1, 1, 1.0f, 0},     {1e30, 1, 1, 1.0f, 4294967295.0},
-      {nan, 1, 1, 1.0f, 0}};  // NaN counts as fully transparent
+      {1, 1, 1, 1.0f, 255},   {1, 1, 1, 0.75f, 255},    {1, 1, 1, 0.5f, 255},
+      {1, 1, 1, 0.01f, 255},  {1, 0.5f, 0, 0.75f, 191}, {1, 0.5f, 0, 0.5f, 127},
+      {0.999f, 1, 1, 1, 254}, {2, 1, 1, 1, 510},        {-1, 1, 1, 1, 0},
+      {1e30, 1, 1, 1, 4294967295.0},
+      {nan, 1, 1, 1, 0}};  // NaN counts as fully transparent
   for (const auto& c : cases) {
-    TypeParams t = default_type(0xFFFFFF);
-    t.startalpha = float(c[0]);
-    t.halfalpha = float(c[1]);
-    t.endalpha = float(c[2]);
+    std::tie(t.startalpha, t.halfalpha, t.endalpha) = std::tuple(float(c[0]), float(c[1]), float(c[2]));
     EXPECT_EQ(DesiredAlpha(t, float(c[3])), uint32_t(c[4])) << c[0] << " " << c[3];
   }
 }

@@ -12,9 +12,7 @@
 
 namespace testutil {
 
-using korvel::pixels::Isa;
-using korvel::pixels::Kernels;
-using korvel::pixels::kernels_for;
+using namespace korvel::pixels;
 
 template <typename T>
 std::vector<T> random_vector(std::mt19937& rng, std::size_t n) {
@@ -25,10 +23,8 @@ std::vector<T> random_vector(std::mt19937& rng, std::size_t n) {
 
 // Restores the kernel table a test pinned.
 struct PinnedIsa {
-  explicit PinnedIsa(Isa isa) : saved(korvel::pixels::g_kernels) {
-    korvel::pixels::g_kernels = &kernels_for(isa);
-  }
-  ~PinnedIsa() { korvel::pixels::g_kernels = saved; }
+  explicit PinnedIsa(Isa isa) : saved(g_kernels) { g_kernels = &kernels_for(isa); }
+  ~PinnedIsa() { g_kernels = saved; }
   const Kernels* saved;
 };
 
@@ -38,7 +34,7 @@ template <typename T, typename Run>
 ::testing::AssertionResult every_isa_gives(const std::vector<T>& base, Run run,
                                            std::vector<T> want = {}) {
   if (want.empty()) run(kernels_for(Isa::scalar), want = base);
-  for (Isa isa : korvel::pixels::available_isas()) {
+  for (Isa isa : available_isas()) {
     auto got = base;
     run(kernels_for(isa), got);
     if (got != want) return ::testing::AssertionFailure() << kernels_for(isa).name << " differs";
@@ -59,7 +55,7 @@ struct Picture {
   uint8_t* bytes(int y) { return reinterpret_cast<uint8_t*>(&at(0, y)); }
   uint32_t& at(int x, int y) { return px[std::size_t(y + 1) * stride + x]; }
   uint32_t at(int x, int y) const { return px[std::size_t(y + 1) * stride + x]; }
-  korvel::pixels::PixelView view() { return {bytes(0), w, h, stride * 4}; }
+  PixelView view() { return {bytes(0), w, h, stride * 4}; }
 };
 
 // Lane k of a word, and a lane-wise weighted mix a * t + b * (256 - t) in 256ths.
