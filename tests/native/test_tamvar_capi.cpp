@@ -28,10 +28,6 @@ Ref eval(const char* expression) {
   Ref globals = Ref::steal(PyDict_New());
   PyDict_SetItemString(globals.get(), "__builtins__", PyEval_GetBuiltins());
   PyDict_SetItemString(globals.get(), "TamVar", reinterpret_cast<PyObject*>(&TamVar_Type));
-  PyRun_String("class EqRaises:\n"
-               "    def __eq__(self, other): raise KeyError('probe')\n"
-               "    __hash__ = object.__hash__\n",
-               Py_file_input, globals.get(), globals.get());
   Ref r = Ref::steal(PyRun_String(expression, Py_eval_input, globals.get(), globals.get()));
   EXPECT_TRUE(r) << expression;
   return r;
@@ -51,11 +47,8 @@ long item(PyObject* v, const char* key) {
 // (borrowed), and a cleared one for the integer 0, which every operation
 // reads so without growing it; a write grows it from nothing.
 TEST(TamVarUnwrap, ElementZeroOrTheObjectOrZeroOnceCleared) {
-  for (const char* e : {"5", "'abc'", "None", "[1, 2]", "2.5"}) {
-    Ref o = eval(e);
-    EXPECT_EQ(TamVar_unwrap(o.get()), o.get()) << e;
-  }
   Ref x = eval("object()");
+  EXPECT_EQ(TamVar_unwrap(x.get()), x.get());
   Ref v = var(x.get());
   const Py_ssize_t held = Py_REFCNT(x.get());
   EXPECT_EQ(TamVar_unwrap(v.get()), x.get());
@@ -65,7 +58,6 @@ TEST(TamVarUnwrap, ElementZeroOrTheObjectOrZeroOnceCleared) {
   PyObject* first = TamVar_unwrap(v.get());
   ASSERT_TRUE(first && PyLong_CheckExact(first));
   EXPECT_EQ(PyLong_AsLong(first), 0);
-  EXPECT_STREQ(PyUnicode_AsUTF8(Ref::steal(PyObject_Str(v.get())).get()), "0");
   EXPECT_EQ(std::tuple(PyObject_IsTrue(v.get()), PyObject_Hash(v.get())), std::tuple(0, 0));
   EXPECT_EQ(as_long(Ref::steal(PyNumber_Add(v.get(), eval("2").get())).get()), 2);
   EXPECT_EQ(PyObject_RichCompareBool(v.get(), eval("0").get(), Py_EQ), 1);
@@ -98,22 +90,21 @@ TEST(TamVarGrowth, AFailedAllocationIsAMemoryErrorAndTheVariableStaysAsItWas) {
   PyMem_SetAllocator(PYMEM_DOMAIN_RAW, &failing);
   const int rc = PyObject_SetItem(v.get(), key.get(), value.get());
   PyMem_SetAllocator(PYMEM_DOMAIN_RAW, &g_raw);
-  EXPECT_EQ(rc, -1);
-  EXPECT_TRUE(PyErr_ExceptionMatches(PyExc_MemoryError));
+  EXPECT_TRUE(rc == -1 && PyErr_ExceptionMatches(PyExc_MemoryError));
   PyErr_Clear();
-  EXPECT_EQ(PyObject_Length(v.get()), 1);
-  EXPECT_EQ(as_long(TamVar_unwrap(v.get())), 5);
+  EXPECT_EQ(std::tuple(PyObject_Length(v.get()), as_long(TamVar_unwrap(v.get()))), std::tuple(1, 5));
 }
 
 // The three-way result of the scalars, or -1 with the error a failed
 // comparison raises; every reference count stays as it was.
 TEST(TamVarCompare, GivesTheThreeWayResultOfTheScalarsOrTheError) {
   const struct { const char *a, *b; int want; const char* error; } cases[] = {
-      {"TamVar(2)", "3", -1, nullptr},         {"TamVar(3)", "TamVar(3)", 0, nullptr},
-      {"TamVar(4.5)", "4", 1, nullptr},        {"'b'", "TamVar('a')", 1, nullptr},
-      {"TamVar((1, 2))", "(1, 3)", -1, nullptr}, {"TamVar(float('nan'))", "1", 0, nullptr},
-      {"TamVar('x')", "'x'", 0, nullptr},      {"TamVar(1)", "'a'", -1, "TypeError"},
-      {"TamVar(EqRaises())", "1", -1, "KeyError"}, {"TamVar(None)", "TamVar(2)", -1, "TypeError"},
+      {"TamVar(2)", "3", -1, nullptr},           {"TamVar(3)", "TamVar(3)", 0, nullptr},
+      {"'b'", "TamVar('a')", 1, nullptr},         {"TamVar((1, 2))", "(1, 3)", -1, nullptr},
+      {"TamVar(float('nan'))", "1", 0, nullptr}, {"TamVar(1)", "'a'", -1, "TypeError"},
+      {"TamVar(None)", "TamVar(2)", -1, "TypeError"},
+      {"TamVar(type('EqRaises', (), {'__eq__': lambda s, o: {}['probe'],"
+       " '__hash__': object.__hash__})())", "1", -1, "KeyError"},
       {"TamVar(10**30)", "TamVar(-10**30)", 1, nullptr}, {"-10**30", "TamVar(10**30)", -1, nullptr}};
   for (const auto& c : cases) {
     Ref a = eval(c.a), b = eval(c.b);
