@@ -35,13 +35,6 @@ std::vector<T> random_vector(std::mt19937& rng, std::size_t n) {
   return v;
 }
 
-// Restores the kernel table a test pinned.
-struct PinnedIsa {
-  explicit PinnedIsa(Isa isa) : saved(g_kernels) { g_kernels = &kernels_for(isa); }
-  ~PinnedIsa() { g_kernels = saved; }
-  const Kernels* saved;
-};
-
 // run(kernels, buffer) on a copy of base, for every ISA: each must give
 // `want`, or the scalar reference's bytes when `want` is empty.
 template <typename T, typename Run>
@@ -72,11 +65,11 @@ struct Picture {
   PixelView view() { return {bytes(0), w, h, stride * 4}; }
 };
 
-// Lane k of a word, and a lane-wise weighted mix a * t + b * (256 - t) in 256ths.
-inline uint32_t lane(uint32_t w, int k) { return (w >> (8 * k)) & 0xFF; }
-inline uint32_t mix256(uint32_t a, uint32_t b, uint32_t t) {
+// The lane-wise weighted mix a * t + b * (256 - t) in 256ths of the low three lanes.
+uint32_t mix256(uint32_t a, uint32_t b, uint32_t t) {
   uint32_t c = 0;
-  for (int k = 0; k < 3; ++k) c |= ((lane(a, k) * t + lane(b, k) * (256 - t)) >> 8) << (8 * k);
+  for (int s = 0; s < 24; s += 8)
+    c |= ((((a >> s) & 0xFF) * t + ((b >> s) & 0xFF) * (256 - t)) >> 8) << s;
   return c;
 }
 
