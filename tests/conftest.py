@@ -21,16 +21,14 @@ def pytest_configure(config):
 
 
 @pytest.fixture
-def runtime():
-    """A fresh stand-in runtime, registered with korvel."""
+def runtime():  # a fresh stand-in runtime, registered with korvel
     tam6, tamapi = standins.reset()
     standins.register()
     return tam6, tamapi
 
 
 @pytest.fixture
-def screen():
-    """The dummy display's screen, stored in korvel, cleared to black."""
+def screen():  # the dummy display's screen, stored in korvel, cleared to black
     pygame.display.init()
     surface = pygame.display.set_mode((64, 48), 0, 32)
     surface.fill((0, 0, 0))

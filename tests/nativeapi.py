@@ -1,7 +1,7 @@
-"""ctypes access to korvel's exported native helpers (include/korvel_py/common.h),
-which have no module functions of their own. PyDLL keeps the interpreter lock and
-raises a pending exception; an object result is taken over as a new reference, and
-a null one without an exception surfaces as ValueError(NULL_RESULT)."""
+# ctypes access to korvel's exported native helpers (include/korvel_py/common.h),
+# which have no module functions of their own. PyDLL keeps the interpreter lock and
+# raises a pending exception; an object result is taken over as a new reference, and
+# a null one without an exception surfaces as ValueError(NULL_RESULT).
 import ctypes
 
 import korvel

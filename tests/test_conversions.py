@@ -1,5 +1,5 @@
-"""The shared helpers that no type reaches whole: item and member reading,
-colours, resource lookups in a broken runtime, the self stack, first instances."""
+# The shared helpers that no type reaches whole: item and member reading,
+# colours, resource lookups in a broken runtime, the self stack, first instances.
 import pytest
 
 import nativeapi as na
@@ -10,19 +10,11 @@ import standins
     ([5, 6], 1, 6), ((5, 6), 1, 6), (type("ListSub", (list,), {})([5, 6]), 1, 6), ([5, 6], 2, IndexError), ((5,), -1, IndexError),
     ((5, "x"), 1, TypeError), ((5, 6.5), 1, TypeError), ({0: 5}, 0, TypeError)])
 def test_seqi_reads_lists_and_tuples_only(seq, idx, want):
-    if not isinstance(want, type):
-        assert na.seqi(seq, idx) == want
-    else:
-        pytest.raises(want, na.seqi, seq, idx)
+    assert na.seqi(seq, idx) == want if isinstance(want, int) else pytest.raises(want, na.seqi, seq, idx)
 
 
-class Slots:
-    __slots__ = ("a", "b")
-
-
-class Guarded:
-    __slots__ = ("a", "_c")
-    c = property(lambda self: self._c, lambda self, v: 1 / 0)
+Slots = type("Slots", (), {"__slots__": ("a", "b")})
+Guarded = type("Guarded", (), {"__slots__": ("a", "_c"), "c": property(lambda self: self._c, lambda self, v: 1 / 0)})
 
 
 def test_membertuple_pairs_every_member_in_table_order():
@@ -37,16 +29,13 @@ def test_membertuple_pairs_every_member_in_table_order():
     (Slots, 5, TypeError, ()), (Slots, [("a",)], TypeError, ()), (Slots, [(1, 2)], TypeError, ())])
 def test_load_membertuple_rejects_malformed_states(cls, state, error, want):
     o = cls()
-    if error:
-        pytest.raises(error, na.load_membertuple, o, (state,))
-    else:
-        assert na.load_membertuple(o, (state,)) is None
+    assert pytest.raises(error, na.load_membertuple, o, (state,)) if error else na.load_membertuple(o, (state,)) is None
     assert tuple(getattr(o, n) for n in "ab"[:len(want)]) == want
 
 
+# Components packed in the screen's format, integers passed through, short
+# sequences white, anything else a TypeError.
 def test_color_as_int(screen):
-    """Components packed in the screen's format, integers passed through, short
-    sequences white, anything else a TypeError."""
     rs, gs, bs, _ = screen.get_shifts()
     for o in [(255, 0, 0), (1, 2, 3, 99), [0, 300, 0], (-1, 0, 0), 0x00FF00, -5, (1, 2), (), [7]]:
         want = o if isinstance(o, int) else sum(screen.get_masks()[:3]) if len(o) < 3 else \
@@ -80,12 +69,10 @@ def test_nested_push_and_pop_restore_self_and_an_empty_pop_changes_nothing(runti
     assert capfd.readouterr().err == "Error in PyList_GetItem -1\n"
 
 
-@pytest.mark.parametrize("stack,error", [(None, RuntimeError), ((), TypeError)])
-def test_self_stack_that_is_missing_or_not_a_list_raises(runtime, stack, error):
-    if stack is None:
-        del runtime[1].py_self_stack
-    else:
-        runtime[1].py_self_stack = stack
+@pytest.mark.parametrize("change,error", [(lambda api: delattr(api, "py_self_stack"), RuntimeError),
+                                          (lambda api: setattr(api, "py_self_stack", ()), TypeError)])
+def test_self_stack_that_is_missing_or_not_a_list_raises(runtime, change, error):
+    change(runtime[1])
     standins.register()
     pytest.raises(error, na.PushSelf, object())
     pytest.raises(error, na.PopSelf)

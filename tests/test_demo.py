@@ -1,5 +1,5 @@
-"""The sample runtime and the quick start of docs/api.md, run as a user runs them,
-and checked where their pictures are known (out of the particles' reach)."""
+# The sample runtime and the quick start of docs/api.md, run as a user runs them,
+# and checked where their pictures are known (out of the particles' reach).
 import os
 import re
 import subprocess

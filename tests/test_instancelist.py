@@ -1,10 +1,9 @@
-"""InstanceList as a state machine against a plain list and the instance dictionary."""
+# InstanceList against a plain list and the instance dictionary.
 import ctypes
 
 import pytest
-from hypothesis import settings
+from hypothesis import HealthCheck, given, settings
 from hypothesis import strategies as st
-from hypothesis.stateful import RuleBasedStateMachine, invariant, rule, run_state_machine_as_test
 
 import standins
 from korvel import InstanceList, TamVar
@@ -24,50 +23,41 @@ FORMS = [lambda inst, n: inst, lambda inst, n: TamVar(inst), lambda inst, n: n,
 names = st.tuples(st.integers(0, 2), st.sampled_from(FORMS)) | st.sampled_from([99, "seven", None, object()])
 
 
-class InstanceListModel(RuleBasedStateMachine):
-    def __init__(self):
-        super().__init__()
-        standins.reset()
-        self.instances = [standins.ObjectInstanceBase(), standins.ObjectInstanceZero(),
-                          standins.ParticleSystem()]
-        standins.register(dict(zip(NUMBERS, self.instances)))
-        self.il, self.model = InstanceList(), []
-
-    @rule(name=names, call=st.sampled_from(["append", "insert", "assign", "remove"]), where=st.integers(-5, 5))
-    def change(self, name, call, where):
-        if call == "assign":  # the sequence slot resolves too; outside the list: see below
-            if not self.model:
-                return
-            where %= len(self.model)
-        il = self.il
-        method = {"append": il.append, "remove": il.remove, "insert": lambda v: il.insert(where, v),
-                  "assign": lambda v: il.__setitem__(where, v)}[call]
-        if not isinstance(name, tuple):  # an unknown number fails without an exception in two calls
-            unknown = SystemError if call in ("append", "remove") else KeyError
-            pytest.raises({99: unknown, "seven": ValueError}.get(name, TypeError), method, name)
+def change(il, model, instances, name, call, where):
+    if call == "assign":  # the sequence slot resolves too; outside the list: see below
+        if not model:
             return
-        inst = self.instances[name[0]]
-        if call == "remove" and not any(x is inst for x in self.model):
-            pytest.raises(SystemError, method, name[1](inst, NUMBERS[name[0]]))  # absent: likewise
-            return
-        assert method(name[1](inst, NUMBERS[name[0]])) is None
-        if call == "remove":
-            del self.model[next(i for i, x in enumerate(self.model) if x is inst)]
-        elif call == "assign":
-            self.model[where] = inst
-        else:
-            self.model.insert(len(self.model) if call == "append" else where, inst)
+        where %= len(model)
+    method = {"append": il.append, "remove": il.remove, "insert": lambda v: il.insert(where, v),
+              "assign": lambda v: il.__setitem__(where, v)}[call]
+    if not isinstance(name, tuple):  # an unknown number fails without an exception in two calls
+        unknown = SystemError if call in ("append", "remove") else KeyError
+        return pytest.raises({99: unknown, "seven": ValueError}.get(name, TypeError), method, name)
+    inst = instances[name[0]]
+    if call == "remove" and not any(x is inst for x in model):
+        return pytest.raises(SystemError, method, name[1](inst, NUMBERS[name[0]]))  # absent: likewise
+    assert method(name[1](inst, NUMBERS[name[0]])) is None
+    if call == "remove":
+        del model[next(i for i, x in enumerate(model) if x is inst)]
+    elif call == "assign":
+        model[where] = inst
+    else:
+        model.insert(len(model) if call == "append" else where, inst)
 
-    @invariant()
-    def same_items(self):
-        assert len(self.il) == len(self.model) and all(x is y for x, y in zip(self.il, self.model))
 
-
-def test_items_follow_a_list_model(runtime, monkeypatch):
+@settings(max_examples=50, deadline=None, suppress_health_check=[HealthCheck.function_scoped_fixture])
+@given(st.lists(st.tuples(names, st.sampled_from(["append", "insert", "assign", "remove"]), st.integers(-5, 5)),
+                max_size=12))
+def test_items_follow_a_list_model(monkeypatch, steps):
     # every instance equal to every other: removal must go by identity
     monkeypatch.setattr(standins.ObjectInstanceBase, "__eq__", lambda s, o: True)
-    run_state_machine_as_test(InstanceListModel, settings=settings(
-        max_examples=50, stateful_step_count=12, deadline=None))
+    standins.reset()
+    instances = [standins.ObjectInstanceBase(), standins.ObjectInstanceZero(), standins.ParticleSystem()]
+    standins.register(dict(zip(NUMBERS, instances)))
+    il, model = InstanceList(), []
+    for step in steps:
+        change(il, model, instances, *step)
+        assert len(il) == len(model) and all(x is y for x, y in zip(il, model))
 
 
 def test_subscripts_are_the_host_lists(runtime):

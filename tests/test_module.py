@@ -2,11 +2,12 @@ import os
 import subprocess
 import sys
 
+import numpy as np
 import pygame
 import pytest
 
 import korvel
-from pixelmodel import fill_mix
+from pixelmodel import fill_mix, particle_type, render, surface_like
 
 
 def test_module_functions_ignore_arguments_and_keep_the_display_whatever_the_count(capfd, screen):
@@ -23,25 +24,18 @@ def test_module_functions_ignore_arguments_and_keep_the_display_whatever_the_cou
     assert screen.get_at((1, 1))[:3] == (int(fill_mix(0, 0xFFFFFF, 128)) & 0xFF,) * 3
 
 
-def particle_at(x, y):
-    pt = korvel.part_type_create()
-    shape = pygame.Surface((1, 1), 0, 32)
-    shape.fill((255, 255, 255))
-    korvel.part_type_shape(pt, shape)
-    return korvel.CParticle_new(pt, float(x), float(y))
-
-
 def test_drawing_follows_a_display_set_up_again_and_raises_once_it_is_closed(runtime, screen):
     # pygame frees the display's old SDL surface; korvel must not draw into it.
     bigger = pygame.display.set_mode((100, 80), 0, 32)
     bigger.fill((0, 0, 0))
-    korvel.CParticle_dec_ttl_and_render(particle_at(90, 70), 0, 0)
+    white = particle_type(surface_like(np.full((1, 1), 0xFFFFFFFF, np.uint32)))
+    render(white, 90.0, 70.0)
     assert bigger.get_at((90, 70))[:3] == (255, 255, 255)
     sprite = korvel.TamSprite_from_surface(pygame.Surface((2, 2), 0, 24))
     assert sprite.subimages[0].get_bitsize() == bigger.get_bitsize()
     pygame.display.quit()
     try:
-        for call, args in ((korvel.CParticle_dec_ttl_and_render, (particle_at(1, 1), 0, 0)),
+        for call, args in ((render, (white, 1.0, 1.0)),
                            (korvel.TamSprite_from_surface, (pygame.Surface((2, 2), 0, 32),))):
             with pytest.raises(RuntimeError, match="call set_SDL_screen"):
                 call(*args)

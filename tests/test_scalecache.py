@@ -1,3 +1,5 @@
+import functools
+
 import numpy as np
 import pygame
 import pytest
@@ -31,11 +33,7 @@ def opacity_model(f):
 
 
 def turned(*steps):  # rotozooms without smoothing, each (x zoom, y zoom, angle)
-    def model(f):
-        for step in steps:
-            f = R(f, *step)
-        return pixels(f)
-    return model
+    return lambda f: pixels(functools.reduce(lambda g, step: R(g, *step), steps, f))
 
 
 @pytest.mark.parametrize("kw,model", [
