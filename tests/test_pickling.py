@@ -146,17 +146,3 @@ def test_failing_loaders_and_stores_report(runtime, capfd, cls, loader, state):
             r.__setstate__(state(name))
         assert capfd.readouterr() == (out, err) or out is None
         assert not hasattr(tamapi, str(name)) and (error is not OSError or r.name == name)
-
-
-@pytest.mark.parametrize("cls,field", [(korvel.TamSprite, "name"), (korvel.TamSprite, "subimages"),
-                                       (korvel.BackgroundData, "name")])
-def test_reduce_of_an_emptied_field_raises_and_keeps_the_cache(cls, field):
-    r = cls()
-    delattr(r, field)
-    with pytest.raises(AttributeError, match=field):
-        r.__reduce__()
-    assert getattr(r, "scalecache" if cls is korvel.TamSprite else "scaled_data_cache") == {}
-    s = korvel.TamSprite()
-    s.subimages = 5
-    with pytest.raises(TypeError):
-        s.__reduce__()

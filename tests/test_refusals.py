@@ -39,6 +39,13 @@ def method(cls, name):
     return lambda *args: getattr(cls(), name)(*args)
 
 
+def reduce_with(cls, field, *value):
+    """Reduces a new cls whose field is emptied, or holds the value given."""
+    r = cls()
+    setattr(r, field, *value) if value else delattr(r, field)
+    return r.__reduce__()
+
+
 K, ROOM = korvel, korvel.TamRoom
 REFUSALS = [  # (function, arguments, error)
     *[(getattr(K, n), (bad, *rest), TypeError) for n, rest in SURFACE_CALLS.items()
@@ -81,6 +88,10 @@ REFUSALS = [  # (function, arguments, error)
         (K.BackgroundData, ("bg",), IndexError), (K.BackgroundData, ("bg", "t"), TypeError),
         (K.BackgroundData, None, TypeError), (K.InstanceList, 5, TypeError)]],
     (method(K.Floatlist8, "__setstate__"), (), TypeError),
+    # reducing emptied fields raises as reading them does
+    *[(reduce_with, a, e) for a, e in [((K.TamSprite, "name"), AttributeError), (
+        (K.TamSprite, "subimages"), AttributeError), ((K.BackgroundData, "name"), AttributeError),
+        ((K.TamSprite, "subimages", 5), TypeError)]],
 ]
 
 
