@@ -18,7 +18,6 @@ def raw_words(surface):
 def write_words(surface, words):
     buf = surface.get_buffer()
     buf.write(np.ascontiguousarray(words, dtype=np.uint32).tobytes())
-    del buf
 
 
 def noise(w, h, flags=0, depth=32, seed=1):
@@ -34,23 +33,12 @@ def pixels(s):
     return raw_words(s)[:, :s.get_width()]
 
 
-def lanes(w):
-    w = np.asarray(w, dtype=np.int64)
-    return [(w >> (8 * k)) & 0xFF for k in range(3)]
-
-
-def join(ls):
-    return (ls[0] | (ls[1] << 8) | (ls[2] << 16)).astype(np.uint32)
-
-
-def multalpha(w, a):
-    return join([(lane * (int(a) & 0xFF)) >> 8 for lane in lanes(w)])
-
-
 def fill_mix(p, color, alpha):
-    # One covered pixel of a translucent fill.
-    a = int(alpha) & 0xFF
-    return (multalpha(p, 255 - a).astype(np.int64) + multalpha(color, a)).astype(np.uint32)
+    # One covered pixel of a translucent fill: each colour lane weighted
+    # alpha / 256 and the pixel's (256 - alpha) / 256 less one, top byte dropped.
+    a, k = int(alpha) & 0xFF, np.array([0, 8, 16])
+    lanes = lambda w, f: (np.asarray(w, dtype=np.int64)[..., None] >> k & 0xFF) * f >> 8
+    return ((lanes(p, 255 - a) + lanes(color, a)) << k).sum(-1).astype(np.uint32)
 
 
 def bytewise(op, d, s):
@@ -99,54 +87,6 @@ def age_alpha(startalpha, halfalpha, endalpha, pos):
         f = np.float32(pos + pos)
         a = float(ea) * (1.0 - float(f)) + float(np.float32(f * ha))
     return max(0, min(int(a * 255.0), 4294967295))
-
-
-def byte_of(v):
-    # Low 8 bits of truncation toward zero; out of int range gives INT_MIN (x86).
-    v = float(v)
-    return int(v) & 0xFF if -2147483649.0 < v < 2147483648.0 else 0
-
-
-def gradient_weights(y1, y2, rows, signed=True):
-    # t of the first `rows` rows: 255 at the first, falling by 255/(y2 - y1).
-    span = (y2 - y1) & 0xFFFFFFFF
-    span -= 2**32 if signed and span >= 2**31 else 0
-    step = np.float32(1.0 / span) if span else np.float32(np.inf)
-    g, out = np.float32(1.0), []
-    for _ in range(rows):
-        out.append(int(g * np.float32(255.0)))
-        g = np.float32(g - step)
-    return out
-
-
-def mix(top, bottom, t):
-    # Script colours top and bottom weighted t : 256 - t, lane by lane.
-    return int(join([(a * t + b * (256 - t)) >> 8 for a, b in zip(lanes(top), lanes(bottom))]))
-
-
-def map_script(surface, colour):
-    # A script colour 0x00BBGGRR as a pixel word of surface.
-    return surface.map_rgb((colour & 0xFF, (colour >> 8) & 0xFF, (colour >> 16) & 0xFF)) \
-        & 0xFFFFFFFF
-
-
-def layers_model(surface, before, rect, layers, dest, signed=True):
-    # Stacked layers over before[h, w]; layers are (top, bottom, factor) for
-    # gradients and (word, None, factor) for constant pixel words.
-    (h, w), (x1, y1, x2, y2) = before.shape, rect
-    past = (lambda b, n: b >= n) if signed else (lambda b, n: (b & 0xFFFFFFFF) >= n)
-    xe, ye = w - 1 if past(x2, w) else x2, h - 1 if past(y2, h) else y2
-    want, xs, ys = before.copy(), max(x1, 0), max(y1, 0)
-    if xe <= xs or ye <= ys:
-        return want
-    ts = gradient_weights(y1, y2, ye - y1, signed)
-    for y in range(ys, ye):
-        row = sum(int(multalpha(top if bottom is None else
-                                map_script(surface, mix(top, bottom, ts[y - y1])), f))
-                  for top, bottom, f in layers)
-        old = multalpha(before[y, xs:xe], dest).astype(np.int64)
-        want[y, xs:xe] = ((old + row) & 0xFFFFFFFF).astype(np.uint32)
-    return want
 
 
 def shape(w, h, seed, alpha=0xFF):

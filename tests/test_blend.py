@@ -40,19 +40,6 @@ def test_additive_clipping(runtime, screen, size, centre, mode, fill):
     np.testing.assert_array_equal(raw_words(parent), want)
 
 
-@pytest.mark.parametrize("centre,printed", [((10, 10), "Error: Unexpected additive blend mode 2\n"),
-                                            ((62, 10), ""), ((10, 60), "")])
-def test_unknown_mode_is_reported_and_blitted_normally_unless_off_screen(runtime, screen, capfd,
-                                                                         centre, printed):
-    before = random_screen(screen, seed=9)
-    s = shape(4, 4, seed=5)
-    capfd.readouterr()
-    render(particle_type(s, blend=(2,)), *centre)
-    assert capfd.readouterr().out == printed
-    want = blitted(before, s, centre[0] - 2, centre[1] - 2) if printed else before
-    np.testing.assert_array_equal(raw_words(screen), want)
-
-
 # Opacities set after the particle's birth apply to it at once. Unscaled
 # additive images are darkened by the complement of the opacity in every
 # byte; scaled ones (zoomed by size and scale) lose 255 - alpha when
@@ -61,15 +48,13 @@ def test_unknown_mode_is_reported_and_blitted_normally_unless_off_screen(runtime
 # loses the complement of the tint (its crossed last pixel reversed) and is
 # drawn twice on the frame it is made; an untinted one is drawn once.
 @pytest.mark.parametrize("mode,alphas,zoom,colours,steps", [
-    (1, (0.5,) * 3, (1, 1, 1), None, 1), (1, (0.2, 0.9, 0.0), (1, 1, 1), None, 1),
-    (1, (1.5,) * 3, (1, 1, 1), None, 1), (1, (1.0, 0.0), (1, 1, 1), None, 15),
-    (1, (1.0, 0.0), (1, 1, 1), None, 16), (128, (0.5,) * 3, (1, 2, 1), None, 1),
-    (128, (0.95,) * 3, (1, 2, 1), None, 1), (0, (0.0,) * 3, (1, 2, 1), None, 1),
-    (0, (0.999,) * 3, (1, 2, 1), None, 1), (0, (1.3,) * 3, (1, 2, 1), None, 1),
+    *[(1, alphas, (1, 1, 1), None, steps) for alphas, steps in [
+        ((0.5,) * 3, 1), ((0.2, 0.9, 0.0), 1), ((1.5,) * 3, 1), ((1.0, 0.0), 15), ((1.0, 0.0), 16)]],
+    *[(mode, (a,) * 3, (1, 2, 1), None, 1) for mode, a in [
+        (128, 0.5), (128, 0.95), (0, 0.0), (0, 0.999), (0, 1.3)]],
     (1, (1.0,) * 3, (2, 1, 1), None, 1), (1, (1.0,) * 3, (1, 2, 4), None, 1),
     *[(1, None, (1, 1, 1), (RED, GREEN, BLUE), steps) for steps in (1, 10, 15, 16, 22, 29)],
-    (1, None, (1, 1, 1), (RED,) * 3, 1), (1, None, (1, 1, 1), (0x123456,) * 3, 1),
-    (1, None, (1, 1, 1), (0,) * 3, 1), (1, None, (1, 1, 1), (WHITE,) * 3, 1)])
+    *[(1, None, (1, 1, 1), (c,) * 3, 1) for c in (RED, 0x123456, 0, WHITE)]])
 def test_faded_tinted_and_scaled_images(runtime, screen, mode, alphas, zoom, colours, steps):
     s = shape(3 + steps % 2, 2 + (colours is not None), seed=8, alpha=0xC0)
     size, xscale, yscale = zoom
@@ -99,28 +84,10 @@ def test_faded_tinted_and_scaled_images(runtime, screen, mode, alphas, zoom, col
 
 
 def faded(before, image, screen, mode, zoom, a, x, y):
-    if zoom == (1, 1, 1):
+    if zoom == (1, 1, 1) or a < 255 and mode:
+        less = ~(a | a << 8 | a << 16 | a << 24) if zoom == (1, 1, 1) else (255 - a) * 0x01010101
         image = bytewise(np.subtract, raw_words(surface_like(image).convert(screen)),
-                         ~(a | a << 8 | a << 16 | a << 24) & 0xFFFFFFFF)
-    elif a < 255 and mode:
-        image = bytewise(np.subtract, raw_words(surface_like(image).convert(screen)),
-                         (255 - a) * 0x01010101)
+                         less & 0xFFFFFFFF)
     elif a < 255:
         image = translucentify(image, a)
     return additive_model(before, image, x, y) if mode else blitted(before, surface_like(image), x, y)
-
-
-@pytest.mark.parametrize("shape_depth,screen_depth", [(24, 32), (16, 32), (32, 16), (32, 24)])
-def test_additive_blit_draws_only_between_32_bit_surfaces(runtime, screen, shape_depth,
-                                                          screen_depth):
-    s = pygame.Surface((4, 4), 0, shape_depth)
-    s.fill((200, 100, 50))
-    target = pygame.Surface((16, 16), 0, screen_depth)
-    target.fill((10, 20, 30))
-    before = pygame.image.tostring(target, "RGB")
-    korvel.set_SDL_screen(target)
-    try:
-        render(particle_type(s, blend=(1,)), 8, 8)
-    finally:
-        korvel.set_SDL_screen(screen)
-    assert pygame.image.tostring(target, "RGB") == before

@@ -1,26 +1,27 @@
 # Particle types, particles and counters as scripts use them: lives,
 # motion, handles and the guards against what is not a handle.
 import datetime
-import math
 
-import numpy as np
 import pygame
 import pytest
 
 import korvel
-from pixelmodel import particle_type, raw_words, shape
 
 
 # A counter counts the living particles attached to it (attaching the same
 # one again is -1, +1); attaching a non-counter is refused and keeps the old.
-@pytest.mark.parametrize("bad", [3, None, korvel.part_type_create()])
+# Particle functions take only particles.
+@pytest.mark.parametrize("bad", [3, None, korvel.part_type_create(), datetime.datetime_CAPI])
 def test_attach_rejects_a_non_counter_and_keeps_the_old_one(bad):
     t, a, b = korvel.part_type_create(), korvel.Beancounter(), korvel.Beancounter()
     ps = [korvel.CParticle_new(t, 0, 0) for _ in range(3)]
     for p in ps + ps[:1]:
         korvel.CParticle_attach_beancounter(p, a)
-    with pytest.raises(TypeError):
-        korvel.CParticle_attach_beancounter(p, bad)
+    for f, args in [(korvel.CParticle_attach_beancounter, (p, bad)), (korvel.CParticle_step, (bad,)),
+                    (korvel.CParticle_dec_ttl, (bad,)), (korvel.CParticle_attach_beancounter, (bad, a)),
+                    (korvel.CParticle_dec_ttl_and_render, (bad, 0, 0))]:
+        with pytest.raises(TypeError):
+            f(*args)
     del p
     counts = [(int(a), int(b))]
     korvel.CParticle_attach_beancounter(ps[0], b)
@@ -45,45 +46,16 @@ def test_lives_are_drawn_from_min_below_max(life, lives, new):
     assert {korvel.CParticle_dec_ttl(new(t)) + 1 for _ in range(400)} == lives
 
 
-def test_default_type_lives_thirty_steps():
-    p = korvel.CParticle_new(korvel.part_type_create(), 0, 0)
-    assert [korvel.CParticle_step(p) for _ in range(31)] + [korvel.CParticle_dec_ttl(p)] == \
-        list(range(29, -3, -1))
-
-
-# Direction 0 is straight down, 90 toward -x; a range of directions and
-# speeds lands within the quarter circle they span.
-@pytest.mark.parametrize("direction,speed,steps,where", [
-    ((0, 0), (2, 2), 1, lambda dx, dy: (dx, dy) == (0, 2)),
-    ((90, 90), (2, 2), 1, lambda dx, dy: (dx, dy) == (-2, 0)),
-    ((180, 180), (2, 2), 1, lambda dx, dy: (dx, dy) == (0, -2)),
-    ((270, 270), (2, 2), 1, lambda dx, dy: (dx, dy) == (2, 0)),
-    *[((0, 90), (1, 3), 5, lambda dx, dy: -1 <= dy and dx <= 1 and
-       3.5 <= math.hypot(dx, dy) <= 16.5)] * 40])
-def test_direction_and_speed_move_the_drawn_pixel(runtime, screen, direction, speed, steps,
-                                                  where):
-    t = particle_type(shape(1, 1, seed=1), speed=(*speed, 0, 0), direction=(*direction, 0, 0))
-    p = korvel.CParticle_new(t, 32, 10)
-    for _ in range(steps - 1):
-        korvel.CParticle_step(p)
-    korvel.CParticle_dec_ttl_and_render(p, 0, 0)
-    ys, xs = np.nonzero(raw_words(screen))
-    assert len(xs) == 1 and where(xs[0] - 32, ys[0] - 10)
-
-
-SETTERS = [
-    ("part_type_size", (1, 2, 0, 0)), ("part_type_speed", (1, 2, 0, 0)),
-    ("part_type_direction", (1, 2, 0, 0)), ("part_type_orientation", (1, 2, 0, 0, 0)),
-    ("part_type_life", (1, 2)), ("part_type_gravity", (1, 2)), ("part_type_scale", (1, 2)),
-    ("part_type_alpha2", (1, 0)), ("part_type_alpha3", (1, 0, 1)),
-    ("part_type_color3", (1, 2, 3)), ("part_type_blend", (1,)),
-    ("part_type_sprite", (object(), 0, 0, 0)), ("CParticle_type_cache_clear", ()),
-    ("CParticle_new", (0, 0)), ("CParticle_new_size_color", (0, 0, 1, 0)),
-]
+SETTERS = [(f"part_type_{n}", a) for n, a in [
+    ("size", (1, 2, 0, 0)), ("speed", (1, 2, 0, 0)), ("direction", (1, 2, 0, 0)),
+    ("orientation", (1, 2, 0, 0, 0)), ("life", (1, 2)), ("gravity", (1, 2)), ("scale", (1, 2)),
+    ("alpha2", (1, 0)), ("alpha3", (1, 0, 1)), ("color3", (1, 2, 3)), ("blend", (1,)),
+    ("sprite", (object(), 0, 0, 0))]] + [("CParticle_type_cache_clear", ()),
+    ("CParticle_new", (0, 0)), ("CParticle_new_size_color", (0, 0, 1, 0))]
 
 
 # Type functions print their line for what is no type handle (not for a
-# TamVar holding none); particle functions take only particles.
+# TamVar holding none).
 @pytest.mark.parametrize("name,args", SETTERS)
 @pytest.mark.parametrize("bad,printed", [
     (lambda: 5, "Returning NULL!\n"), (lambda: datetime.datetime_CAPI, "Returning NULL!\n"),
@@ -95,15 +67,6 @@ def test_non_handles_print_and_raise(capfd, name, args, bad, printed):
     with pytest.raises(TypeError):
         getattr(korvel, name)(obj, *args)
     assert capfd.readouterr().out == printed
-
-
-@pytest.mark.parametrize("name,args", [
-    ("CParticle_step", ()), ("CParticle_dec_ttl", ()), ("CParticle_dec_ttl_and_render", (0, 0)),
-    ("CParticle_attach_beancounter", (korvel.Beancounter(),))])
-@pytest.mark.parametrize("bad", [3, None, korvel.part_type_create(), datetime.datetime_CAPI])
-def test_particle_functions_reject_non_particles(name, args, bad):
-    with pytest.raises(TypeError):
-        getattr(korvel, name)(bad, *args)
 
 
 # The shape is checked before the handle.
