@@ -64,10 +64,10 @@ def fields(obj, names):
 A, B = standins.ObjectInstanceBase(name="a"), standins.ObjectInstanceZero(name="b")
 # (make, its reduced state, what the restored object shows, what it shows after restoring)
 TABLE = {
-    "Floatlist8": (lambda: fl8(math.inf, math.nan, -0.0, 1e308, 5e-324),
-                   (math.inf, math.nan, -0.0, 1e308, 5e-324, 0.0, 0.0, 0.0),
-                   lambda fl: [repr(x) for x in fl], ["inf", "nan", "-0.0", "1e+308", "5e-324"]
-                   + ["0.0"] * 3),
+    "Floatlist8": (lambda: fl8(math.inf, math.nan, -0.0, 1e308, 5e-324, 0.5, -2.0),
+                   (math.inf, math.nan, -0.0, 1e308, 5e-324, 0.5, -2.0, 0.0),
+                   lambda fl: [repr(x) for x in fl],
+                   ["inf", "nan", "-0.0", "1e+308", "5e-324", "0.5", "-2.0", "0.0"]),
     # a -1 field is a value, not a failed read
     "RoomTileData": (lambda: filled(korvel.RoomTileData, TILE_FIELDS, lambda k, n: 10 * k - 1),
                      tuple(10 * k - 1 for k in range(10)), lambda t: fields(t, TILE_FIELDS),

@@ -86,7 +86,8 @@ REFUSALS = [  # (function, arguments, error)
         (K.TamSprite, ("w",) + tuple(range(16)), TypeError),
         (K.TamSprite, 5, TypeError), (K.TamSprite, {"w": 1}, TypeError),
         (K.BackgroundData, ("bg",), IndexError), (K.BackgroundData, ("bg", "t"), TypeError),
-        (K.BackgroundData, None, TypeError), (K.InstanceList, 5, TypeError)]],
+        (K.BackgroundData, None, TypeError), (K.InstanceList, 5, TypeError),
+        (K.RoomTileData, tuple(range(9)) + ("x",), TypeError)]],
     (method(K.Floatlist8, "__setstate__"), (), TypeError),
     # reducing emptied fields raises as reading them does
     *[(reduce_with, a, e) for a, e in [((K.TamSprite, "name"), AttributeError), (
