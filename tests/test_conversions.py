@@ -69,6 +69,7 @@ def test_nested_push_and_pop_restore_self_and_an_empty_pop_changes_nothing(runti
     assert capfd.readouterr().err == "Error in PyList_GetItem -1\n"
 
 
+@pytest.mark.filterwarnings("ignore:RegisterInstancesDict:RuntimeWarning")  # removed on purpose
 @pytest.mark.parametrize("change,error", [(lambda api: delattr(api, "py_self_stack"), RuntimeError),
                                           (lambda api: setattr(api, "py_self_stack", ()), TypeError)])
 def test_self_stack_that_is_missing_or_not_a_list_raises(runtime, change, error):
