@@ -3,6 +3,7 @@ call may raise any Exception, but not crash, return with an exception set, or ch
 reference counts of its arguments."""
 import ctypes
 import datetime
+import functools
 import gc
 import math
 import operator
@@ -126,6 +127,7 @@ odd_surfaces = pick([lambda: pygame.Surface.__new__(pygame.Surface),  # no SDL s
     lambda make: make())
 
 
+@functools.cache  # one strategy: building it anew for every draw was most of the run
 def anything():
     """Any object a script could pass where korvel wants something else."""
     return st.one_of(pick(PLAIN + INTS + FLOATS + CAPSULES), st.text(max_size=4),
@@ -177,12 +179,13 @@ MUTATIONS = (
     + [("tamapi", "pygame", sys), ("tamapi", "py_ParticleSystem", 5),
        ("tamapi", "room", Raising()), ("tamapi", "game", BAD_GAME), ("tam6", "__class__", 0),
        ("tamapi", "__class__", 0)])
+RUNTIME_CHANGES = st.lists(pick(MUTATIONS), max_size=2)
 FrozenModule = type("FrozenModule", (types.ModuleType,), {"__setattr__": _raise})
 
 
 def misbehave(data):
     modules = dict(zip(("tam6", "tamapi"), standins.modules()))
-    for module, name, value in draw(data, st.lists(pick(MUTATIONS), max_size=2), "runtime"):
+    for module, name, value in draw(data, RUNTIME_CHANGES, "runtime"):
         if value is DELETE:
             vars(modules[module]).pop(name, None)
         elif name == "__class__":
@@ -208,9 +211,16 @@ def fresh_example():
 
 @pytest.fixture(autouse=True)
 def fuzz_runtime(screen):
-    """Afterwards the runtime and display others expect; a collection visits what is left."""
+    """Afterwards the runtime and display others expect."""
     yield
     fresh_example()
+
+
+@pytest.fixture(autouse=True, scope="module")
+def final_collection():
+    """The collector visits what the fuzzing left (a full collection a test costs more than
+    the test, and the automatic ones run meanwhile)."""
+    yield
     gc.collect()
 
 
@@ -439,6 +449,9 @@ ENTRY_POINTS = {**{n: (getattr(korvel, n),) + k for n, k in FUNCTIONS.items()},
                    for row, (kinds, keeps, fs) in enumerate(OPERATIONS) for f in fs}}
 
 
+ANY_ENTRY_POINT = pick(sorted(ENTRY_POINTS))
+
+
 def store_screen(data):
     """A stored screen only korvel holds (a stale pointer to it would point at freed
     memory), or the display's own, then set up again or closed."""
@@ -459,6 +472,8 @@ def store_screen(data):
 def call(data, name, pool=()):
     """One call of the entry point; its first argument may be an object an earlier call used."""
     f, kinds, keeps = ENTRY_POINTS[name]
+    if name == "draw_rectangle":  # the only entry point that reads tamapi.room
+        vars(standins.modules()[1])["room"] = draw(data, KINDS["room"], "room")
     args = [draw(data, KINDS[k], f"{name} arg {i}") for i, k in enumerate(kinds.split())]
     if pool and args:
         args[0] = draw(data, pick(pool), "reused")
@@ -479,7 +494,6 @@ def test_entry_point_survives_hostile_arguments_and_the_calls_after_it(name, dat
     """Then a few more calls, sharing objects, with the screen and runtime changed between."""
     fresh_example()
     store_screen(data)
-    vars(standins.modules()[1])["room"] = draw(data, KINDS["room"], "room")  # draw_rectangle's
     misbehave(data)
     pool = call(data, name)
     for _ in range(draw(data, st.integers(0, 4), "steps")):
@@ -489,7 +503,7 @@ def test_entry_point_survives_hostile_arguments_and_the_calls_after_it(name, dat
         elif step == "runtime":
             misbehave(data)
         else:
-            other = draw(data, pick(sorted(ENTRY_POINTS)), "function")
+            other = draw(data, ANY_ENTRY_POINT, "function")
             pool += call(data, other, pool if step == "reuse" else ())
 
 
