@@ -182,8 +182,10 @@ def churn_images():
             korvel.CParticle_type_cache_clear(t)
 
 
-@pytest.mark.parametrize("churn", [churn_objects, churn_images])
-def test_churning_objects_does_not_grow_memory(runtime, screen, churn):
+# A leak of a few bytes in each of the thousands of steps passes the limit; the
+# allocator's own noise (up to about 12 kB here) does not.
+@pytest.mark.parametrize("churn,limit", [(churn_objects, 20_000), (churn_images, 10_000)])
+def test_churning_objects_does_not_grow_memory(runtime, screen, churn, limit):
     runtime[0].SpriteData_load_images = lambda *args: None
     standins.register()
-    assert allocation_growth(churn) < 10_000
+    assert allocation_growth(churn) < limit
