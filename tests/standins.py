@@ -47,6 +47,7 @@ ROOM_HANDLERS = tuple("Room_" + n for n in (
     "Compile Create InitializeBackgrounds AddInstance AddDrawnInstance ResortDrawnObjects "
     "SetBackgroundIndex StepAlarms MoveInstances HandleCollisions StepEvents DrawBackgrounds "
     "RenderBackground Leave MouseButtonDown MouseButtonUp HandleKeyrelease HandleKeypress").split())
+HANDLERS = ROOM_HANDLERS + ("SpriteData_load_images", "BackgroundData_load_images")
 
 
 def modules():
@@ -65,7 +66,7 @@ def reset():
             del namespace[name]
     tam6.game = tamapi.game = Game()
     tam6.view_xscale = tam6.view_yscale = 1
-    for name in ROOM_HANDLERS + ("SpriteData_load_images", "BackgroundData_load_images"):
+    for name in HANDLERS:
         setattr(tam6, name, Recorder(name))
     tamapi.fps, tamapi.room, tamapi.self, tamapi.py_self_stack = 0, None, None, []
     tamapi.py_draw_props = types.SimpleNamespace(color=(255, 255, 255), alpha=1.0)

@@ -161,11 +161,10 @@ def props(alpha=1.0, color=(200, 100, 0), hook=len, hooked="color"):
 
 
 DELETE = object()
-HANDLERS = standins.ROOM_HANDLERS + ("SpriteData_load_images", "BackgroundData_load_images")
 BAD_CALLABLES = [None, 5, _raise, lambda *a: Raising(), lambda *a: 2**100, swap, close]
 BAD_GAME = types.SimpleNamespace(sprites=Lying(), backgrounds=Huge(), objects=[Raising()])
 MUTATIONS = (
-    [("tam6", n, v) for n in ("game",) + HANDLERS for v in [DELETE] + BAD_CALLABLES]
+    [("tam6", n, v) for n in ("game",) + standins.HANDLERS for v in [DELETE] + BAD_CALLABLES]
     + [("tam6", "game", types.SimpleNamespace(sprites=None, backgrounds=5, rooms="x", objects=())),
        ("tam6", "game", BAD_GAME), ("tam6", "view_xscale", Raising())]
     + [("tamapi", n, DELETE) for n in ("game", "room", "self", "py_self_stack", "py_draw_props",
@@ -203,7 +202,7 @@ def fresh_example():
     for module in standins.modules():
         object.__setattr__(module, "__class__", types.ModuleType)
     tam6, tamapi = standins.reset()
-    for name in HANDLERS:
+    for name in standins.HANDLERS:
         setattr(tam6, name, lambda *args: None)
     tamapi.draw_sprite_ext = lambda *args: None
     standins.register()
