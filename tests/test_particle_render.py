@@ -2,14 +2,12 @@
 # rotation, the per-type cache and the guards (the image kernels are in
 # test_blend.py).
 import ctypes
-import textwrap
 
 import numpy as np
 import pygame
 import pytest
 
 import korvel
-import standins
 from pixelmodel import (blitted, noise, particle_type, random_screen, raw_words, render, shape,
                         surface_like)
 
@@ -95,33 +93,3 @@ def test_scaled_cache_is_emptied_after_a_hundred_entries(runtime, screen):
     counts = (ctypes.c_uint64 * 3)()
     assert entry(ctypes.py_object(t), counts) == 0 and tuple(counts) == (1, 103, 1)
 
-
-def test_without_a_stored_screen():
-    out = standins.run_fresh(textwrap.dedent("""
-        standins.reset()
-        import korvel, pygame
-        standins.register()
-        s = pygame.Surface((2, 2), pygame.SRCALPHA, 32)
-        s.fill((255, 255, 255, 255))
-        early = korvel.part_type_create()
-        korvel.part_type_shape(early, s)
-        p = korvel.CParticle_new(early, 2, 2)
-        try:
-            korvel.CParticle_dec_ttl_and_render(p, 0, 0)
-        except RuntimeError:
-            print("RuntimeError", korvel.CParticle_dec_ttl(p))
-        pygame.display.init()
-        screen = pygame.display.set_mode((8, 8), 0, 32)
-        screen.fill((0, 0, 0))
-        korvel.set_SDL_screen(screen)
-        korvel.CParticle_dec_ttl_and_render(korvel.CParticle_new(early, 2, 2), 0, 0)
-        print(hex(screen.map_rgb(screen.get_at((2, 2)))))
-        pygame.display.quit()
-        try:
-            korvel.part_type_shape(early, screen)  # its SDL surface is gone
-        except TypeError:
-            print("TypeError")
-    """))
-    # refused before the step; a type made before the screen keeps 0xFFFFFF00,
-    # mixed to 0xFFFF00 it drops red; a dead Surface is no shape
-    assert out.splitlines() == ["RuntimeError 29", "0xffff", "TypeError"]
