@@ -60,14 +60,6 @@ def test_items_follow_a_list_model(monkeypatch, steps):
         assert len(il) == len(model) and all(x is y for x, y in zip(il, model))
 
 
-def test_subscripts_are_the_host_lists(runtime):
-    a = standins.ObjectInstanceBase()
-    il = InstanceList([a, a])
-    il.__delitem__(0)
-    il[0] = 8  # subscript assignment is the host list's: nothing is resolved
-    assert list(il) == [8]
-
-
 def test_item_assignment_outside_the_list_or_whose_lookup_shortens_it_changes_nothing(runtime):
     a = standins.ObjectInstanceBase()
     standins.register({7: a})
@@ -84,3 +76,7 @@ def test_item_assignment_outside_the_list_or_whose_lookup_shortens_it_changes_no
             return 7
     pytest.raises(IndexError, il.__setitem__, 1, Shrinking())  # the index checked again when storing
     assert il == []
+    il[:] = [a, a]
+    il.__delitem__(0)  # deletion through the sequence slot, and subscript assignment, are the
+    il[0] = 8  # host list's: nothing is resolved
+    assert list(il) == [8]

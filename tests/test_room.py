@@ -1,4 +1,4 @@
-# TamRoom and RoomTileData: fields, numbers, forwarding to the runtime, and the hookup that
+# TamRoom: fields, forwarding to the runtime, and the hookup that
 # registers the runtime's callables.
 import contextlib
 import gc
@@ -41,17 +41,6 @@ def test_a_room_is_zeroed_and_visits_and_releases_its_object_fields_in_their_ord
                                        "vspeed", "blend", "alpha", "htiled", "vtiled", "width",
                                        "height")]
         + ["initial_view_data", "view_visible", "creation_code_compiled"])
-
-
-def test_rooms_and_tiles_convert_and_compare_as_their_numbers(runtime):
-    rooms = runtime[0].game.rooms = [korvel.TamRoom() for _ in range(3)]
-    assert [(int(r), float(r), str(r)) for r in rooms] == [(k, k, str(k)) for k in range(3)]
-    assert rooms[0] < rooms[1] and rooms[2] == 2 and rooms[1] != rooms[2] and rooms[1] >= 1
-    assert str(korvel.TamRoom()) == "-1"
-    tile = korvel.RoomTileData()
-    tile.id = 73
-    assert (int(tile), float(tile), str(tile)) == (73, 73.0, "73")
-    assert tile == 73 and tile < 74 and not tile < 73.9 and sorted([80, tile, 5]) == [5, 73, 80]
 
 
 # method, arguments, what the runtime's Room_<method> receives after the room

@@ -1,5 +1,5 @@
-# TamSprite and BackgroundData: defaults, resource-number conversions and
-# comparison, the state a sprite reduces to, and sprites made from a surface.
+# TamSprite, BackgroundData, TamRoom and RoomTileData: resource-number conversions and
+# comparison; the state a sprite reduces to, and sprites made from a surface.
 import weakref
 
 import numpy as np
@@ -8,17 +8,9 @@ import pytest
 
 import korvel
 from pixelmodel import noise, pixels
-from test_pickling import SPRITE_INTS, sprite
+from test_pickling import sprite
 
-KINDS = [(korvel.TamSprite, "sprites", SPRITE_INTS, ["name", "subimages", "scalecache"], (None, [], {})),
-         (korvel.BackgroundData, "backgrounds", ["w", "h", "transparent"],
-          ["name", "surf", "scaled_data_cache"], (None, None, {}))]
-
-
-@pytest.mark.parametrize("cls,ints,objects,defaults", [(c, i, o, d) for c, _, i, o, d in KINDS])
-def test_defaults(cls, ints, objects, defaults):
-    r = cls()
-    assert tuple(getattr(r, f) for f in objects) == defaults and [getattr(r, f) for f in ints] == [0] * len(ints)
+KINDS = [(korvel.TamSprite, "sprites"), (korvel.BackgroundData, "backgrounds"), (korvel.TamRoom, "rooms")]
 
 
 # s < other, <=, ==, !=, >, >= for the item at position 3
@@ -26,7 +18,7 @@ COMPARED = {3: [False, True, True, False, False, True], 4.9: [True, True, False,
             2.5: [False, False, False, True, True, True]}  # 4.9: integer conversion, 4
 
 
-@pytest.mark.parametrize("cls,game_list", [k[:2] for k in KINDS])
+@pytest.mark.parametrize("cls,game_list", KINDS)
 @pytest.mark.parametrize("game", [list, tuple])
 def test_conversions_and_comparison_by_position_in_the_game_list(runtime, capfd, cls, game_list, game):
     tam6 = runtime[0]
@@ -34,17 +26,20 @@ def test_conversions_and_comparison_by_position_in_the_game_list(runtime, capfd,
     setattr(tam6.game, game_list, game(items))  # a broken game list: see test_conversions.py
     for convert, want in ((int, 2), (float, 2.0), (str, "2")):
         assert convert(items[2]) == want and type(convert(items[2])) is type(want)
-        if convert is str and cls is korvel.BackgroundData:
+        if convert is str and cls is not korvel.TamSprite:
             assert str(cls()) == "-1"
         else:  # null without an exception: the host reports it as SystemError
             pytest.raises(SystemError, convert, cls())
-    s = items[3]
-    for other, want in COMPARED.items():
-        assert [s < other, s <= other, s == other, s != other, s > other, s >= other] == want
+    tile = korvel.RoomTileData()  # a tile's number is its id
+    tile.id = 3
+    assert (int(tile), float(tile), str(tile)) == (3, 3.0, "3")
+    for s in (items[3], tile):
+        for other, want in COMPARED.items():
+            assert [s < other, s <= other, s == other, s != other, s > other, s >= other] == want
     assert items[1] < items[2] and items[2] == items[2] and 1 == items[1] and 4 > items[1]
     capfd.readouterr()
-    pytest.raises(TypeError, lambda: s == None)  # noqa: E711
-    if cls is korvel.BackgroundData:  # a three-way comparison, which reports its failures
+    pytest.raises(TypeError, lambda: items[3] == None)  # noqa: E711
+    if cls is not korvel.TamSprite:  # a three-way comparison, which reports its failures
         b = cls()  # a conversion that fails without an exception reads as -1
         assert (b < 0, b == 0, b > 0) == (True, False, False)
         assert capfd.readouterr().err == "XXX need to set an exception.\n" * 4
