@@ -10,18 +10,13 @@ import korvel
 
 # A counter counts the living particles attached to it (attaching the same
 # one again is -1, +1); attaching a non-counter is refused and keeps the old.
-# Particle functions take only particles.
-@pytest.mark.parametrize("bad", [3, None, korvel.part_type_create(), datetime.datetime_CAPI])
-def test_attach_rejects_a_non_counter_and_keeps_the_old_one(bad):
+def test_attach_rejects_a_non_counter_and_keeps_the_old_one():
     t, a, b = korvel.part_type_create(), korvel.Beancounter(), korvel.Beancounter()
     ps = [korvel.CParticle_new(t, 0, 0) for _ in range(3)]
     for p in ps + ps[:1]:
         korvel.CParticle_attach_beancounter(p, a)
-    for f, args in [(korvel.CParticle_attach_beancounter, (p, bad)), (korvel.CParticle_step, (bad,)),
-                    (korvel.CParticle_dec_ttl, (bad,)), (korvel.CParticle_attach_beancounter, (bad, a)),
-                    (korvel.CParticle_dec_ttl_and_render, (bad, 0, 0))]:
-        with pytest.raises(TypeError):
-            f(*args)
+    for bad in [3, None, t, datetime.datetime_CAPI]:
+        pytest.raises(TypeError, korvel.CParticle_attach_beancounter, p, bad)
     del p
     counts = [(int(a), int(b))]
     korvel.CParticle_attach_beancounter(ps[0], b)
@@ -54,31 +49,24 @@ SETTERS = [(f"part_type_{n}", a) for n, a in [
     ("CParticle_new", (0, 0)), ("CParticle_new_size_color", (0, 0, 1, 0))]
 
 
-# Type functions print their line for what is no type handle (not for a
-# TamVar holding none).
-@pytest.mark.parametrize("name,args", SETTERS)
-@pytest.mark.parametrize("bad,printed", [
-    (lambda: 5, "Returning NULL!\n"), (lambda: datetime.datetime_CAPI, "Returning NULL!\n"),
-    (lambda: korvel.CParticle_new(korvel.part_type_create(), 0, 0), "Returning NULL!\n"),
-    (lambda: korvel.TamVar(7), "")])
-def test_non_handles_print_and_raise(capfd, name, args, bad, printed):
-    obj = bad()
+# What is no type handle prints its line (a TamVar holding none does not); a
+# shape that is not exactly a Surface is reported before the handle is read.
+BAD_SHAPES = [None, 5, pygame.Rect(0, 0, 1, 1), type("Sub", (pygame.Surface,), {})((2, 2))]
+NOT_HANDLES = [(lambda: 5, "Returning NULL!\n"), (lambda: datetime.datetime_CAPI, "Returning NULL!\n"),
+               (lambda: korvel.CParticle_new(korvel.part_type_create(), 0, 0), "Returning NULL!\n"),
+               (lambda: korvel.TamVar(7), "")]
+
+
+@pytest.mark.parametrize("name,handle,args,out,err", [
+    *[(n, h, a, printed, "") for n, a in SETTERS for h, printed in NOT_HANDLES],
+    *[("part_type_shape", h, (s,), "", "part_type_shape: A pygame Surface is required.\n")
+      for h in (korvel.part_type_create, lambda: 5) for s in BAD_SHAPES]])
+def test_non_handles_and_non_surfaces_print_and_raise(runtime, capfd, name, handle, args, out, err):
+    obj = handle()
     capfd.readouterr()
     with pytest.raises(TypeError):
         getattr(korvel, name)(obj, *args)
-    assert capfd.readouterr().out == printed
-
-
-# The shape is checked before the handle.
-@pytest.mark.parametrize("handle", [korvel.part_type_create, lambda: 5])
-@pytest.mark.parametrize("bad_shape", [None, 5, pygame.Rect(0, 0, 1, 1),
-                                       type("Sub", (pygame.Surface,), {})((2, 2))])
-def test_part_type_shape_wants_exactly_a_surface(runtime, capfd, handle, bad_shape):
-    capfd.readouterr()
-    with pytest.raises(TypeError):
-        korvel.part_type_shape(handle(), bad_shape)
-    out = capfd.readouterr()
-    assert (out.out, out.err) == ("", "part_type_shape: A pygame Surface is required.\n")
+    assert capfd.readouterr() == (out, err)
 
 
 # A sprite shape prints its one note, and is refused when drawn before the

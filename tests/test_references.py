@@ -34,21 +34,15 @@ def numbers(runtime, screen):
         v += 1
         korvel.TamVar.__init__(v, b)  # a second init releases what it held
         fl = korvel.Floatlist8()
-        fl + other, other * fl, fl < other, fl > fl
+        fl + other, other * fl, fl < other, fl > fl, fl.__setstate__(state), fl.__reduce__()
         fl -= other
         fl[1] = other
-        fl.__setstate__(state)
-        fl.__reduce__()
-        il.append(7)
-        il.insert(0, a)
-        il.append(korvel.TamVar(inst))
+        il.append(7), il.insert(0, a), il.append(korvel.TamVar(inst))
         il[0] = inst
         il.__setitem__(1, 7)  # the resolving slot; il[1] = 7 stores 7 as is
         for _ in range(3):
             il.remove(7)
-        il.__setstate__((inst,))
-        il.__reduce__()
-        il.clear()
+        il.__setstate__((inst,)), il.__reduce__(), il.clear()
     return [a, b, other, state, inst], use
 
 
@@ -60,8 +54,7 @@ def particles(runtime, screen):
              particle_type(s, blend=(1,))]
 
     def use():
-        with pytest.raises(TypeError):
-            korvel.part_type_sprite(5, sprite, 0.0, 0.0, 0.0)
+        pytest.raises(TypeError, korvel.part_type_sprite, 5, sprite, 0.0, 0.0, 0.0)
         korvel.part_type_sprite(pt, sprite, 0.0, 0.0, 0.0)
         korvel.part_type_shape(pt, surface)
         korvel.part_type_sprite(pt, sprite, 1.0, 1.0, 0.0)
@@ -107,7 +100,22 @@ def drawing_and_helpers(runtime, screen):
     return [room, result, arg, color, screen, value, grand], use
 
 
-@pytest.mark.parametrize("case", [numbers, particles, drawing_and_helpers],
+def stores(runtime, screen):
+    objects = [screen, pygame.Surface((4, 4), 0, 32), {}, *(type(n, (), {}) for n in "ABC")]
+
+    def use():  # the screen and the registry hold one reference each; a bad call changes nothing
+        before = [sys.getrefcount(o) for o in objects]
+        korvel.set_SDL_screen(objects[1])
+        korvel.RegisterInstancesDict(*objects[2:])
+        pytest.raises(TypeError, korvel.RegisterInstancesDict, 1, 2, 3)
+        assert [sys.getrefcount(o) for o in objects] == [
+            before[0] - 1, before[1] + 1, *(n + 1 for n in before[2:])]
+        korvel.set_SDL_screen(screen)
+        standins.register()
+    return objects, use
+
+
+@pytest.mark.parametrize("case", [numbers, particles, drawing_and_helpers, stores],
                          ids=lambda c: c.__name__)
 def test_calls_leave_every_count_as_it_was(runtime, screen, case):
     watched, use = case(runtime, screen)
@@ -116,23 +124,6 @@ def test_calls_leave_every_count_as_it_was(runtime, screen, case):
     use()
     gc.collect()
     assert [sys.getrefcount(o) for o in watched] == before
-
-
-def test_set_SDL_screen_and_RegisterInstancesDict_hold_one_reference_and_replace_it(runtime,
-                                                                                    screen):
-    other = pygame.Surface((4, 4), 0, 32)
-    objects = [screen, other, {}, type("Base", (), {}), type("Zero", (), {}), type("PS", (), {})]
-    before = [sys.getrefcount(o) for o in objects]
-    korvel.set_SDL_screen(screen)
-    korvel.RegisterInstancesDict(*objects[2:])
-    korvel.set_SDL_screen(other)
-    assert [sys.getrefcount(o) for o in objects] == [
-        before[0] - 1, before[1] + 1] + [n + 1 for n in before[2:]]
-    korvel.set_SDL_screen(screen)
-    with pytest.raises(TypeError):
-        korvel.RegisterInstancesDict(1, 2, 3)  # a bad call changes nothing
-    standins.register()
-    assert [sys.getrefcount(o) for o in objects] == before
 
 
 @pytest.mark.parametrize("cls", [korvel.TamVar, korvel.InstanceList, korvel.TamSprite,

@@ -1,5 +1,6 @@
 """Every refusal of a careless call, one table: the call, the error it raises; the screen and
 every surface passed come out unchanged."""
+import datetime
 import textwrap
 
 import pygame
@@ -74,6 +75,11 @@ REFUSALS = [  # (function, arguments, error)
         ("SetBackgroundIndex", ("a",)), ("DrawBackgrounds", ("s", 0)), ("HandleKeypress", ()),
         ("MouseButtonUp", (1, 2))]],
     *[(method(K.InstanceList, "insert"), a, TypeError) for a in [(), (0,), ("x", 7), (0, 7, 1)]],
+    # particle functions take only particles
+    *[(f, (bad, *rest), TypeError) for f, rest in [
+        (K.CParticle_step, ()), (K.CParticle_dec_ttl, ()), (K.CParticle_dec_ttl_and_render, (0, 0)),
+        (K.CParticle_attach_beancounter, (K.Beancounter(),))]
+      for bad in [3, None, K.part_type_create(), datetime.datetime_CAPI]],
     # the types: no subclasses, no arguments where none are taken
     *[(type, ("Sub", (c,), {}), TypeError) for c in (K.TamVar, K.Floatlist8, K.InstanceList,
                                                       K.Beancounter, K.TamSprite,
