@@ -2,6 +2,7 @@
 # colours, resource lookups in a broken runtime, the self stack, first instances.
 import pytest
 
+import korvel
 import nativeapi as na
 import standins
 
@@ -41,14 +42,16 @@ def test_color_as_int(screen):
         pytest.raises(TypeError, na.color_as_int, o)
 
 
+# A resource's number is its position in the game's list: a game or list that
+# is missing, or a list that is neither list nor tuple, fails the conversion.
 @pytest.mark.parametrize("breakage,error", [
     (lambda tam6: delattr(tam6, "game"), AttributeError),
-    (lambda tam6: delattr(tam6.game, "sprites"), AttributeError),
-    (lambda tam6: setattr(tam6.game, "sprites", {1: 2}), TypeError)])
+    (lambda tam6: delattr(tam6.game, "backgrounds"), AttributeError),
+    (lambda tam6: setattr(tam6.game, "backgrounds", {1: 2}), TypeError)])
 def test_sequence_index_with_a_broken_runtime_raises(runtime, breakage, error):
     breakage(runtime[0])
-    for f in (na.Game_Sequence_Index, na.Game_Sequence_Index_F, na.Game_Sequence_Index_S):
-        pytest.raises(error, f, object(), b"sprites")
+    for convert in (int, float, str):
+        pytest.raises(error, convert, korvel.BackgroundData())
 
 
 # A missing self stack is a RuntimeError, one that is not a list a TypeError.

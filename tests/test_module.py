@@ -7,7 +7,7 @@ import pygame
 import pytest
 
 import korvel
-from pixelmodel import fill_mix, particle_type, render, surface_like
+from pixelmodel import particle_type, render, surface_like
 
 
 def test_module_functions_ignore_arguments_and_keep_the_display_whatever_the_count(capfd, screen):
@@ -20,8 +20,6 @@ def test_module_functions_ignore_arguments_and_keep_the_display_whatever_the_cou
     assert capfd.readouterr().err == ("This does not behave properly on Mac, and does not "
                                       "provide the desired speed boost on Linux.\n")
     assert pygame.display.get_surface() is screen
-    korvel.fill_translucent(screen, 0, 0, 4, 4, 0xFFFFFF, 128)
-    assert screen.get_at((1, 1))[:3] == (int(fill_mix(0, 0xFFFFFF, 128)) & 0xFF,) * 3
 
 
 def test_drawing_follows_a_display_set_up_again_and_raises_once_it_is_closed(runtime, screen):

@@ -1,6 +1,5 @@
 """Pickling round trips of every type that pickles; what restoring a sprite or a background
 does with the runtime's loader."""
-import copy
 import math
 import pickle
 
@@ -96,8 +95,7 @@ def load_background(bg):
 
 
 @pytest.mark.parametrize("name", TABLE)
-@pytest.mark.parametrize("protocol", [0, pickle.HIGHEST_PROTOCOL])
-def test_round_trips(runtime, name, protocol):
+def test_round_trips(runtime, name):
     tam6, tamapi = runtime
     tam6.SpriteData_load_images = standins.Recorder("load", action=load_sprite)
     tam6.BackgroundData_load_images = standins.Recorder("load", action=load_background)
@@ -106,9 +104,8 @@ def test_round_trips(runtime, name, protocol):
     obj = make()
     cls, args, got = obj.__reduce__()
     assert (cls, args) == (type(obj), ()) and repr(got) == repr(state)
-    copies = [pickle.loads(pickle.dumps(obj, protocol))]
+    copies = [pickle.loads(pickle.dumps(obj))]
     if name in ("Floatlist8", "RoomTileData", "InstanceList"):
-        copies += [copy.copy(obj), copy.deepcopy(obj)]
         obj.__setstate__(list(state))  # a list state reads like a tuple
         copies.append(obj)
     for back in copies:
