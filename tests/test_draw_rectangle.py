@@ -47,8 +47,9 @@ def world(runtime, screen):
     target.fills = []
     korvel.set_SDL_screen(target)
     tamapi.py_draw_props.color = (255, 0, 0)
-    yield types.SimpleNamespace(tamapi=tamapi, room=room, screen=target, rect=rect)
-    korvel.set_SDL_screen(screen)
+    yield types.SimpleNamespace(tamapi=tamapi, room=room, screen=target, rect=rect, display=screen)
+    pygame.display.init()  # a row closes it
+    korvel.set_SDL_screen(pygame.display.set_mode((64, 48), 0, 32))
 
 
 def mapped(x, y):
@@ -83,6 +84,12 @@ def test_rectangles_fill_mix_or_go_to_pygame_draw_rect(world, corners, outline, 
         np.testing.assert_array_equal(raw_words(world.screen), want)
 
 
+# Draw properties whose colour closes the display when it is read (pygame's own
+# draw.rect crashed on a Surface whose display was closed).
+ClosingProps = type("ClosingProps", (), {
+    "alpha": 1.0, "color": property(lambda self: pygame.display.quit() or (255, 0, 0))})
+
+
 # A translucent outline is refused; a failing fill or draw.rect reports and
 # raises; so does bad runtime state, before anything is drawn.
 @pytest.mark.parametrize("change,error,line,outline", [
@@ -98,9 +105,9 @@ def test_rectangles_fill_mix_or_go_to_pygame_draw_rect(world, corners, outline, 
         (lambda w: setattr(w.room, "view_current", 8), IndexError),
         (lambda w: setattr(w.room, "view_current", -1), IndexError),
         (lambda w: setattr(w.room, "view_xport", [4.0]), TypeError),
-        (lambda w: setattr(w.room, "view_yview", None), TypeError),
-        (lambda w: delattr(w.tamapi.py_draw_props, "alpha"), AttributeError),
-        (lambda w: setattr(w.tamapi.py_draw_props, "alpha", "half"), TypeError)]]])
+        (lambda w: delattr(w.tamapi.py_draw_props, "alpha"), AttributeError)]],
+    *[(lambda w: korvel.set_SDL_screen(w.display) or setattr(w.tamapi, "py_draw_props", ClosingProps())
+       or standins.register(), (RuntimeError, pygame.error), None, o) for o in (0.0, 1.0)]])
 def test_bad_runtime_state_raises(world, capfd, change, error, line, outline):
     change(world)
     before = raw_words(world.screen)
@@ -108,22 +115,3 @@ def test_bad_runtime_state_raises(world, capfd, change, error, line, outline):
         korvel.draw_rectangle(10, 5, 20, 15, outline)
     assert capfd.readouterr().err == line or line is None
     np.testing.assert_array_equal(raw_words(world.screen), before)
-
-
-# Draw properties whose colour closes the display when it is read.
-ClosingProps = type("ClosingProps", (), {
-    "alpha": 1.0, "color": property(lambda self: pygame.display.quit() or (255, 0, 0))})
-
-
-# pygame's own draw.rect crashes on a Surface whose display was closed
-@pytest.mark.parametrize("outline", [0.0, 1.0])
-def test_a_display_closed_while_reading_the_colour_raises(runtime, screen, outline):
-    _, tamapi = runtime
-    tamapi.room, tamapi.py_draw_props = scaled_room(), ClosingProps()
-    standins.register()
-    try:
-        with pytest.raises((RuntimeError, pygame.error)):
-            korvel.draw_rectangle(10, 5, 20, 15, outline)
-    finally:
-        pygame.display.init()
-        korvel.set_SDL_screen(pygame.display.set_mode((64, 48), 0, 32))

@@ -24,23 +24,18 @@ class Released(str):  # a field's name, logged when the room releases it
 
 def test_a_room_is_zeroed_and_visits_and_releases_its_object_fields_in_their_orders():
     room = korvel.TamRoom()
-    assert all(getattr(room, n) == 0 if n in ROOM_INTS else getattr(room, n) is None
-               for n in OBJECT_FIELDS + ROOM_INTS)
+    assert [getattr(room, n) for n in OBJECT_FIELDS + ROOM_INTS] == [None] * len(OBJECT_FIELDS) + [0] * len(ROOM_INTS)
     for name in OBJECT_FIELDS:
         setattr(room, name, Released(name))
-    lists = ["view_" + n for n in VIEW] + ["background_index", "instances", "tiles"] + [
-        n for n in ROOM_ORDER if n.endswith("_objects")]
-    cached = ["cached_bg", "cached_bg_scaled"]
-    assert [str(o) for o in gc.get_referents(room)] == (
-        ["name", "room_caption", "creation_code"] + lists + cached)
+    visited = ["name", "room_caption", "creation_code"] + ["view_" + n for n in VIEW] + [
+        "background_index", "instances", "tiles"] + [n for n in ROOM_ORDER if n.endswith("_objects")] + [
+        "cached_bg", "cached_bg_scaled"]
+    assert [str(o) for o in gc.get_referents(room)] == visited
     Released.log = []
     del room
-    assert Released.log == (
-        ["name", "room_caption", "creation_code"] + [f"bg{i}" for i in range(8)] + lists + cached
-        + [f"background_{n}" for n in ("x", "y", "visible", "xscale", "yscale", "hspeed",
-                                       "vspeed", "blend", "alpha", "htiled", "vtiled", "width",
-                                       "height")]
-        + ["initial_view_data", "view_visible", "creation_code_compiled"])
+    backgrounds = "x y visible xscale yscale hspeed vspeed blend alpha htiled vtiled width height".split()
+    assert Released.log == visited[:3] + [f"bg{i}" for i in range(8)] + visited[3:] + [
+        "background_" + n for n in backgrounds] + ["initial_view_data", "view_visible", "creation_code_compiled"]
 
 
 # method, arguments, what the runtime's Room_<method> receives after the room
@@ -53,29 +48,22 @@ FORWARDED = [(m, (), ()) for m in "Create InitializeBackgrounds ResortDrawnObjec
      "HandleKeypress".split()]
 
 
-@pytest.mark.parametrize("method,args,received", FORWARDED)
-def test_room_methods_forward_to_the_runtime(runtime, method, args, received):
-    handler = getattr(runtime[0], "Room_" + method)
-    handler.result = result = object()
+def test_room_methods_forward_to_the_runtime(runtime):
     room = korvel.TamRoom()
-    assert getattr(room, method)(*args) is result
-    assert handler.calls == [(room,) + received]
-    handler.result = KeyError("step")  # the runtime's exception passes through
-    with pytest.raises(KeyError, match="step"):
-        getattr(room, method)(*args)
+    for method, args, received in FORWARDED:
+        handler = getattr(runtime[0], "Room_" + method)
+        handler.result = result = object()
+        assert getattr(room, method)(*args) is result and handler.calls == [(room,) + received]
+        handler.result = KeyError("step")  # the runtime's exception passes through
+        pytest.raises(KeyError, getattr(room, method), *args)
 
 
 @pytest.mark.parametrize("removed,replaced,expected", [
-    ((), False, None),
-    (("Room_Leave",), False, "RegisterInstancesDict: Not found: tam6.Room_Leave. Define"),
+    ((), False, None), (("Room_Leave",), False, "RegisterInstancesDict: Not found: tam6.Room_Leave. Define"),
     ((), True, "RegisterInstancesDict: korvel was imported before the runtime's tam6"),
-    (("pygame",), True, "before `import korvel`. Not found: tamapi.pygame.draw.rect, "
-                        "tamapi.pygame.Surface. Define"),
-])
-def test_register_says_in_one_warning_what_the_runtime_lacks(runtime, monkeypatch, removed,
-                                                               replaced, expected):
-    room, old = korvel.TamRoom(), runtime[0].Room_Leave
-    tam6, tamapi = runtime
+    (("pygame",), True, "before `import korvel`. Not found: tamapi.pygame.draw.rect, tamapi.pygame.Surface. Define")])
+def test_register_says_in_one_warning_what_the_runtime_lacks(runtime, monkeypatch, removed, replaced, expected):
+    (tam6, tamapi), room, old = runtime, korvel.TamRoom(), runtime[0].Room_Leave
     for name in removed:
         monkeypatch.delattr(tam6 if hasattr(tam6, name) else tamapi, name)
     if replaced:  # the runtime's own module arrived after korvel bound its placeholder
@@ -85,10 +73,8 @@ def test_register_says_in_one_warning_what_the_runtime_lacks(runtime, monkeypatc
         assert korvel.RegisterInstancesDict({}, object, object, object) is None
     messages = [str(w.message) for w in caught]
     assert len(messages) == (expected is not None) and all(expected in m for m in messages)
-    assert all(("import korvel" in m, "Not found" in m) == (replaced, bool(removed))
-               for m in messages)
-    # the handlers are the ones registered last; one found missing raises
-    with pytest.raises(RuntimeError, match="Room_Leave") if removed == ("Room_Leave",) \
-            else contextlib.nullcontext():
+    assert all(("import korvel" in m, "Not found" in m) == (replaced, bool(removed)) for m in messages)
+    missing = removed == ("Room_Leave",)  # the handlers are the ones registered last; a missing one raises
+    with pytest.raises(RuntimeError, match="Room_Leave") if missing else contextlib.nullcontext():
         room.Leave()
-    assert len(old.calls) == (removed != ("Room_Leave",))
+    assert len(old.calls) == (not missing)
