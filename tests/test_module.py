@@ -2,12 +2,10 @@ import os
 import subprocess
 import sys
 
-import numpy as np
 import pygame
 import pytest
 
 import korvel
-from pixelmodel import particle_type, render, surface_like
 
 
 def test_module_functions_ignore_arguments_and_keep_the_display_whatever_the_count(capfd, screen):
@@ -20,26 +18,6 @@ def test_module_functions_ignore_arguments_and_keep_the_display_whatever_the_cou
     assert capfd.readouterr().err == ("This does not behave properly on Mac, and does not "
                                       "provide the desired speed boost on Linux.\n")
     assert pygame.display.get_surface() is screen
-
-
-def test_drawing_follows_a_display_set_up_again_and_raises_once_it_is_closed(runtime, screen):
-    # pygame frees the display's old SDL surface; korvel must not draw into it.
-    bigger = pygame.display.set_mode((100, 80), 0, 32)
-    bigger.fill((0, 0, 0))
-    white = particle_type(surface_like(np.full((1, 1), 0xFFFFFFFF, np.uint32)))
-    render(white, 90.0, 70.0)
-    assert bigger.get_at((90, 70))[:3] == (255, 255, 255)
-    sprite = korvel.TamSprite_from_surface(pygame.Surface((2, 2), 0, 24))
-    assert sprite.subimages[0].get_bitsize() == bigger.get_bitsize()
-    pygame.display.quit()
-    try:
-        for call, args in ((render, (white, 1.0, 1.0)),
-                           (korvel.TamSprite_from_surface, (pygame.Surface((2, 2), 0, 32),))):
-            with pytest.raises(RuntimeError, match="call set_SDL_screen"):
-                call(*args)
-    finally:
-        pygame.display.init()
-        korvel.set_SDL_screen(pygame.display.set_mode((64, 48), 0, 32))
 
 
 @pytest.mark.parametrize("pin", ["mmx", "Scalar", "avx512"])

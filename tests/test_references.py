@@ -12,13 +12,11 @@ import korvel
 import nativeapi as na
 import standins
 from pixelmodel import allocation_growth, particle_type, shape
+from test_refusals import room_with_views
 
 
-class Value:
-    """A value of its own, whose count nothing else touches."""
-
-
-# Each case sets up objects and returns the ones to watch and the calls to make.
+# Each case sets up objects and returns the ones to watch and the calls to make;
+# a bare object() is a value whose count nothing else touches.
 def numbers(runtime, screen):
     a, b, other, state = 10**20, "stored-%d" % 7, 10.0**10, tuple(map(float, range(8)))
     inst, il = standins.ObjectInstanceBase(), korvel.InstanceList()
@@ -48,7 +46,7 @@ def numbers(runtime, screen):
 
 def particles(runtime, screen):
     pt, first, second = korvel.part_type_create(), korvel.Beancounter(), korvel.Beancounter()
-    sprite, surface, s = Value(), pygame.Surface((2, 2), 0, 32), shape(3, 3, seed=1, alpha=0x80)
+    sprite, surface, s = object(), pygame.Surface((2, 2), 0, 32), shape(3, 3, seed=1, alpha=0x80)
     kinds = [particle_type(s, alpha3=(1.0, 0.5, 0.1), color3=(0xFF, 0xFF00, 0xFF0000),
                            life=(10, 10)), particle_type(s, scale=(2, 2), alpha3=(0.5,) * 3),
              particle_type(s, blend=(1,))]
@@ -72,13 +70,10 @@ def particles(runtime, screen):
 
 def drawing_and_helpers(runtime, screen):
     tam6, tamapi = runtime
-    room, result, arg = korvel.TamRoom(), Value(), Value()
+    room, result, arg, color = room_with_views(), object(), object(), (10, 20, 30)
     tam6.Room_AddInstance.result = tam6.Room_StepEvents.result = result
-    for name in ("view_xview", "view_yview", "view_xport", "view_yport"):
-        setattr(room, name, korvel.Floatlist8())
-    tamapi.room, color = room, (10, 20, 30)
-    tamapi.py_draw_props.color = color
-    value, grand = Value(), Value()
+    tamapi.room, tamapi.py_draw_props.color = room, color
+    value, grand = object(), object()
     tree = standins.ObjectRecord(children=[standins.ObjectRecord([grand])])
     obj = type("Slots", (), {"__slots__": ("a",)})()
     obj.a = value
@@ -129,7 +124,7 @@ def test_calls_leave_every_count_as_it_was(runtime, screen, case):
 @pytest.mark.parametrize("cls", [korvel.TamVar, korvel.InstanceList, korvel.TamSprite,
                                  korvel.BackgroundData, korvel.TamRoom])
 def test_cycles_through_every_field_are_collected(runtime, cls):
-    obj, canary = cls(0) if cls is korvel.TamVar else cls(), Value()
+    obj, canary = cls(0) if cls is korvel.TamVar else cls(), standins.ObjectInstanceBase()
     alive = weakref.ref(canary)
     if cls is korvel.TamVar:
         obj[2, 3] = [obj, canary]
@@ -137,9 +132,8 @@ def test_cycles_through_every_field_are_collected(runtime, cls):
         obj.append(standins.ObjectInstanceBase(members=[obj, canary]))
     else:
         # the collector visits the fields that can hold korvel objects
-        members = {korvel.TamRoom: ["drawn_objects", "tiles"], korvel.TamSprite: [
-            "name", "subimages", "scalecache"], korvel.BackgroundData: ["name", "surf",
-                                                                   "scaled_data_cache"]}[cls]
+        members = {korvel.TamRoom: "drawn_objects tiles", korvel.TamSprite: "name subimages scalecache",
+                   korvel.BackgroundData: "name surf scaled_data_cache"}[cls].split()
         for name in members:
             setattr(obj, name, [obj, canary])
         assert sorted(map(id, gc.get_referents(obj))) == sorted(id(getattr(obj, n)) for n in members)

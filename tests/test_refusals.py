@@ -90,8 +90,9 @@ def test_careless_calls_are_refused(runtime, screen, refused, args, error):
 
 # Nothing stored yet in a fresh interpreter: a particle is refused its draw before
 # it moves, and its type, made before the screen, keeps the words 0xFFFFFF00 (mixed,
-# red drops out: 0xFFFF). Then a 16-bit screen is refused, and a Surface whose
-# display closed is no shape.
+# red drops out: 0xFFFF). Then a 16-bit screen is refused; the display set up again
+# is drawn into (pygame freed the old surface), and once closed nothing is drawn and
+# its Surface is no shape.
 def test_calls_that_need_the_screen_or_the_runtime_raise_before_they_are_stored():
     out = standins.run_fresh(textwrap.dedent("""
         import pygame, korvel, nativeapi as na
@@ -121,15 +122,18 @@ def test_calls_that_need_the_screen_or_the_runtime_raise_before_they_are_stored(
         for call in (rect, calls[3]):
             refused(*call)
         pygame.display.init()
-        screen = pygame.display.set_mode((8, 8), 0, 32)
-        korvel.set_SDL_screen(screen)
-        korvel.CParticle_dec_ttl_and_render(korvel.CParticle_new(early, 2, 2), 0, 0)
-        print(hex(screen.map_rgb(screen.get_at((2, 2)))))
+        korvel.set_SDL_screen(pygame.display.set_mode((8, 8), 0, 32))
+        bigger = pygame.display.set_mode((100, 80), 0, 32)  # read afresh, not the freed one
+        korvel.CParticle_dec_ttl_and_render(korvel.CParticle_new(early, 90, 70), 0, 0)
+        print(hex(bigger.map_rgb(bigger.get_at((90, 70)))))
+        print(korvel.TamSprite_from_surface(pygame.Surface((2, 2), 0, 24)).subimages[0].get_bitsize())
         pygame.display.quit()
-        refused(korvel.part_type_shape, early, screen)
+        for call in [calls[1], calls[4], (korvel.part_type_shape, early, bigger)]:
+            refused(*call)
     """))
     lines, stored = out.splitlines(), "RuntimeError the screen is not stored (call set_SDL_screen)"
     assert lines[0] == "0xffffff00" and "instance dictionary is not registered" in lines[1]
-    assert lines[2:11] == [stored] * 5 + ["29"] + ["ValueError a 32-bit surface is required, "
-                                                   "not 16-bit"] * 2 + ["0xffff"]
-    assert lines[11].startswith("TypeError") and len(lines) == 12
+    assert lines[2:12] == [stored] * 5 + ["29"] + ["ValueError a 32-bit surface is required, "
+                                                   "not 16-bit"] * 2 + ["0xffff", "32"]
+    gone = "RuntimeError the stored screen has no surface any more (call set_SDL_screen)"
+    assert lines[12:14] == [gone] * 2 and lines[14].startswith("TypeError") and len(lines) == 15
