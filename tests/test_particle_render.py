@@ -24,7 +24,6 @@ def test_plain_particle_is_the_shape_blitted(runtime, screen, capfd, angle, at, 
                                              mode):
     before = random_screen(screen, seed=1)
     s = shape(5, 4, seed=1)
-    capfd.readouterr()
     assert render(particle_type(s, orientation=(angle, angle, 0, 0, 0), blend=(mode,)), *at,
                   *offset) == 29
     printed = "Error: Unexpected additive blend mode 2\n" if corner and mode else ""
@@ -63,14 +62,10 @@ def test_nothing_is_drawn(runtime, screen, shape_, settings, size, ttl, depth):
     target = noise(64, 48, 0, depth, seed=11)
     before = target.get_buffer().raw
     korvel.set_SDL_screen(target)
-    try:
-        t = particle_type(shape_, **settings)
-        p = korvel.CParticle_new(t, 20, 20) if size is None else \
-            korvel.CParticle_new_size_color(t, 20, 20, size, 0xFFFFFF)
-        assert korvel.CParticle_dec_ttl_and_render(p, 0, 0) == ttl
-    finally:
-        korvel.set_SDL_screen(screen)
-    assert target.get_buffer().raw == before
+    t = particle_type(shape_, **settings)
+    p = korvel.CParticle_new(t, 20, 20) if size is None else \
+        korvel.CParticle_new_size_color(t, 20, 20, size, 0xFFFFFF)
+    assert korvel.CParticle_dec_ttl_and_render(p, 0, 0) == ttl and target.get_buffer().raw == before
 
 
 def test_scaled_cache_is_emptied_after_a_hundred_entries(runtime, screen):

@@ -64,8 +64,7 @@ NOT_HANDLES = [(lambda: 5, "Returning NULL!\n"), (lambda: datetime.datetime_CAPI
 def test_non_handles_and_non_surfaces_print_and_raise(runtime, capfd, name, handle, args, out, err):
     obj = handle()
     capfd.readouterr()
-    with pytest.raises(TypeError):
-        getattr(korvel, name)(obj, *args)
+    pytest.raises(TypeError, getattr(korvel, name), obj, *args)
     assert capfd.readouterr() == (out, err)
 
 
@@ -77,10 +76,8 @@ def test_non_handles_and_non_surfaces_print_and_raise(runtime, capfd, name, hand
 def test_sprite_shapes_are_not_drawn_but_refused(runtime, screen, capfd, animate, stretch, random,
                                              printed):
     t = korvel.part_type_create()
-    capfd.readouterr()
     korvel.part_type_sprite(t, object(), animate, stretch, random)
     assert capfd.readouterr().out == printed
     p = korvel.CParticle_new(t, 5, 5)
-    with pytest.raises(TypeError):
-        korvel.CParticle_dec_ttl_and_render(p, 0, 0)
+    pytest.raises(TypeError, korvel.CParticle_dec_ttl_and_render, p, 0, 0)
     assert korvel.CParticle_dec_ttl(p) == 29
