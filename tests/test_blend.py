@@ -19,9 +19,8 @@ RED, GREEN, BLUE, WHITE = 0x0000FF, 0x00FF00, 0xFF0000, 0xFFFFFF
 # on row 1 from row 1); touching or crossing the right edge it is not drawn;
 # at the left edge it is cut; a tall one stops at the last row.
 @pytest.mark.parametrize("size,centre", [
-    ((5, 3), (20, 15)), ((8, 8), (20, 15)), ((1, 1), (20, 15)), ((13, 7), (20, 15)),
-    ((6, 4), (20, -1)), ((6, 4), (20, -30)), ((6, 4), (1, 20)), ((6, 4), (-2, 20)),
-    ((6, 4), (60, 20)), ((6, 4), (61, 20)), ((6, 4), (59, 20)), ((6, 4), (3, 0)),
+    ((5, 3), (20, 15)), ((1, 1), (20, 15)), ((13, 7), (20, 15)), ((6, 4), (20, -1)), ((6, 4), (20, -30)),
+    ((6, 4), (-2, 20)), ((6, 4), (60, 20)), ((6, 4), (61, 20)), ((6, 4), (59, 20)), ((6, 4), (3, 0)),
     ((6, 4), (20, 3)), ((6, 4), (20, 47)), ((6, 4), (20, 50)), ((4, 100), (10, 20))])
 @pytest.mark.parametrize("mode,fill", [(1, None), (128, 0), (1, 0xFFFFFFFF)])
 def test_additive_clipping(runtime, screen, size, centre, mode, fill):
@@ -49,12 +48,11 @@ def test_additive_clipping(runtime, screen, size, centre, mode, fill):
 # drawn twice on the frame it is made; an untinted one is drawn once.
 @pytest.mark.parametrize("mode,alphas,zoom,colours,steps", [
     *[(1, alphas, (1, 1, 1), None, steps) for alphas, steps in [
-        ((0.5,) * 3, 1), ((0.2, 0.9, 0.0), 1), ((1.5,) * 3, 1), ((1.0, 0.0), 15), ((1.0, 0.0), 16)]],
-    *[(mode, (a,) * 3, (1, 2, 1), None, 1) for mode, a in [
-        (128, 0.5), (128, 0.95), (0, 0.0), (0, 0.999), (0, 1.3)]],
+        ((0.2, 0.9, 0.0), 1), ((1.5,) * 3, 1), ((1.0, 0.0), 15), ((1.0, 0.0), 16)]],
+    *[(mode, (a,) * 3, (1, 2, 1), None, 1) for mode, a in [(128, 0.5), (0, 0.0), (0, 0.999), (0, 1.3)]],
     (1, (1.0,) * 3, (2, 1, 1), None, 1), (1, (1.0,) * 3, (1, 2, 4), None, 1),
-    *[(1, None, (1, 1, 1), (RED, GREEN, BLUE), steps) for steps in (1, 10, 15, 16, 22, 29)],
-    *[(1, None, (1, 1, 1), (c,) * 3, 1) for c in (RED, 0x123456, 0, WHITE)]])
+    *[(1, None, (1, 1, 1), (RED, GREEN, BLUE), steps) for steps in (1, 10, 15, 16, 29)],
+    *[(1, None, (1, 1, 1), (c,) * 3, 1) for c in (0x123456, WHITE)]])
 def test_faded_tinted_and_scaled_images(runtime, screen, mode, alphas, zoom, colours, steps):
     s = shape(3 + steps % 2, 2 + (colours is not None), seed=8, alpha=0xC0)
     size, xscale, yscale = zoom

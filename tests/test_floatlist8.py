@@ -1,4 +1,5 @@
 # Floatlist8 against a plain model: a list of eight floats, element 0 the value.
+import contextlib
 import math
 import operator
 
@@ -88,13 +89,10 @@ def test_bad_items_raise_and_change_nothing(key, value, error):
 
 
 @pytest.mark.parametrize("state,error", [
-    (tuple(range(8)), None), (list(range(8)), None), (tuple(range(10)), None),
-    ((1, 2.5, True, 4, 5, 6, 7, 8), None), (None, TypeError), (tuple(range(7)), ValueError),
-    (("1",) * 8, TypeError), ((1,) * 7 + (None,), TypeError)])
+    (list(range(8)), None), (tuple(range(10)), None), ((1, 2.5, True, 4, 5, 6, 7, 8), None), (None, TypeError),
+    (tuple(range(7)), ValueError), (("1",) * 8, TypeError), ((1,) * 7 + (None,), TypeError)])
 def test_setstate_reads_eight_numbers_and_refuses_other_states(state, error):
     fl = fl8(5)
-    if error is None:
-        assert fl.__setstate__(state) is None and list(fl) == [float(x) for x in state[:8]]
-    else:
-        pytest.raises(error, fl.__setstate__, state)
-        assert list(fl) == [5.0] + [0.0] * 7
+    with pytest.raises(error) if error else contextlib.nullcontext():
+        fl.__setstate__(state)
+    assert list(fl) == ([5.0] + [0.0] * 7 if error else [float(x) for x in state[:8]])

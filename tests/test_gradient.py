@@ -85,7 +85,6 @@ RED, BLUE, GREEN = 0x0000FF, 0xFF0000, 0x00FF00
 # Declined cases print their line and draw nothing; a flat translucent
 # outline fills; a translucent vertical fill is the gradient function's.
 @pytest.mark.parametrize("corners,alphaf,outline,line", [
-    ((RED,) * 4, 1.0, 0, "BUG: should actually fill.\n"),
     ((RED,) * 4, 4.0, 1, "BUG: should actually fill.\n"),
     ((RED, RED, BLUE, BLUE), 0.5, 1, "BUG: need to draw translucent outline vgrad.\n"),
     *[(corners, alphaf, outline, f"Horizontal gradient, complex gradient, or no gradient. {w}\n")

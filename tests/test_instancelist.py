@@ -24,10 +24,9 @@ names = st.tuples(st.integers(0, 2), st.sampled_from(FORMS)) | st.sampled_from([
 
 
 def change(il, model, instances, name, call, where):
-    if call == "assign":  # the sequence slot resolves too; outside the list: see below
-        if not model:
-            return
-        where %= len(model)
+    if call == "assign" and not model:  # the sequence slot resolves too; outside the list: see below
+        return
+    where = where % len(model) if call == "assign" else where
     method = {"append": il.append, "remove": il.remove, "insert": lambda v: il.insert(where, v),
               "assign": lambda v: il.__setitem__(where, v)}[call]
     if not isinstance(name, tuple):  # an unknown number fails without an exception in two calls

@@ -41,7 +41,6 @@ def turned(*steps):  # rotozooms without smoothing, each (x zoom, y zoom, angle)
     (dict(w=-8, h=-6), lambda f: np.vstack([np.zeros((1, 8), np.uint32), pixels(f)[:0:-1, ::-1]])),
     (dict(colori=0x00123456), lambda f: np.full((6, 8), 0x00123456)),  # the whole copy
     (dict(alpha=128), opacity_model),  # the alpha byte rewritten
-    (dict(w=16, h=12, clockwise=90), turned((2.0, 2.0, 90.0))),
     (dict(w=16, clockwise=90), turned((2.0, 1.0, 0.0), (1.0, 1.0, 90.0))),
     (dict(clockwise=-30), turned((1.0, 1.0, -30.0))), (dict(w=4, h=9), turned((0.5, 1.5, 0.0))),
     (dict(h=0), turned((1.0, 0.0, 0.0))),  # zero height: not mirrored

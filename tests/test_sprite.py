@@ -1,5 +1,6 @@
 # TamSprite, BackgroundData, TamRoom and RoomTileData: resource-number conversions and
 # comparison; the state a sprite reduces to, and sprites made from a surface.
+import contextlib
 import weakref
 
 import numpy as np
@@ -53,21 +54,17 @@ def test_reduce_takes_the_state_after_the_cache_entries_are_released(emptied):
                      (setattr(s, "name", "spr_renamed"), s.subimages.append(1)))
     s.scalecache["key"] = entry
     del entry
-    if emptied:
-        with pytest.raises(AttributeError):
-            s.__reduce__()
-        return
-    assert s.__reduce__()[2][15:] == ("spr_renamed", 5)
+    with pytest.raises(AttributeError) if emptied else contextlib.nullcontext():
+        assert s.__reduce__()[2][15:] == ("spr_renamed", 5)
 
 
 @pytest.mark.parametrize("depth,flags", [(32, 0), (32, pygame.SRCALPHA), (24, 0), (16, 0)])
 def test_from_surface_builds_a_one_frame_sprite_in_the_screen_format(screen, depth, flags):
     source = noise(32, 16, flags, depth, seed=5)
     s = korvel.TamSprite_from_surface(source)
-    assert (s.w, s.h, s.leftbound, s.rightbound, s.topbound, s.bottombound) == (32, 16, 0, 32, 0, 16)
-    assert (s.xorigin, s.yorigin, s.transparent, s.name) == (0, 0, 0, None)
-    [frame] = s.subimages
+    assert (s.w, s.h, s.leftbound, s.rightbound, s.topbound, s.bottombound, s.xorigin, s.yorigin, s.transparent,
+            s.name) == (32, 16, 0, 32, 0, 16, 0, 0, 0, None)
+    [frame], mask = s.subimages, sum(screen.get_masks()[:3])
     assert frame is not source and (frame.get_bitsize(), frame.get_masks()[:3]) == (32, screen.get_masks()[:3])
-    mask = sum(screen.get_masks()[:3])
     assert np.array_equal(pixels(frame) & mask, pixels(source.convert(screen)) & mask)
     assert korvel.TamSprite_from_surface(source, "spr_ball").name == "spr_ball"
