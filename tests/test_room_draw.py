@@ -10,11 +10,10 @@ from standins import fl8
 
 FILL = (0, 0, 40)
 SCALED = dict(wview=32, hview=24, xport=8, yport=4, wport=48, hport=36)
-VIEW = dict(xview=0, yview=0, object=-1, hborder=0, vborder=0, wview=64, hview=48, xport=0,
-            yport=0, wport=64, hport=48)  # the whole 64 by 48 screen
-INSTANCE = dict(sprite_index=0, image_index=0, image_xscale=1.0, image_yscale=1.0, x=0, y=0,
-                image_angle=0.0, image_blend=0xFFFFFF, image_alpha=1.0, py_Draw=0, surface=None,
-                color=(0, 255, 0))
+# the whole 64 by 48 screen
+VIEW = dict(xview=0, yview=0, object=-1, hborder=0, vborder=0, wview=64, hview=48, xport=0, yport=0, wport=64, hport=48)
+INSTANCE = dict(sprite_index=0, image_index=0, image_xscale=1.0, image_yscale=1.0, x=0, y=0, image_angle=0.0,
+                image_blend=0xFFFFFF, image_alpha=1.0, py_Draw=0, surface=None, color=(0, 255, 0))
 TILE = (0, 0, 0, 0, 0, 4, 4)  # x, y, background_idx, tilex, tiley, w, h
 RED, SCREEN = (200, 0, 0), (0, 64, 0, 48, FILL)
 
@@ -43,6 +42,10 @@ def expected(fill, *areas):  # the 64 by 48 screen in `fill`, then (x0, x1, y0, 
     for x0, x1, y0, y1, colour in areas:
         pixels[x0:x1, y0:y1] = colour
     return pixels
+
+
+def assert_shows(screen, *areas):  # black, then the areas
+    np.testing.assert_array_equal(pygame.surfarray.array3d(screen), expected((0, 0, 0), *areas))
 
 
 class Instance(standins.ObjectInstanceBase):
@@ -125,15 +128,14 @@ def setting(name, value, of=lambda d, r: r):  # a breakage that sets a field of 
      [(8, 56, 4, 40, FILL), (17, 23, 16, 22, RED)]),  # scaled by 1.5 through a port
 ])
 def test_a_short_view_visible_ends_the_views(drawing, views, visible, calls, log, areas):
-    room = make_room([drawing.coded("a"), System(drawing.log), System(drawing.log, "idle", 0),
-                      drawing.coded("b")], views=views)
+    room = make_room([drawing.coded("a"), System(drawing.log), System(drawing.log, "idle", 0), drawing.coded("b")],
+                     views=views)
     room.view_visible = visible or room.view_visible
     drawing.rect = (10, 10, 4, 4)
     assert korvel.Room_Draw(room, drawing.screen) is None
-    assert [(None if s is drawing.screen else s.get_size(), x, y) for r, s, x, y in
-            drawing.calls] == calls and drawing.log == log
-    np.testing.assert_array_equal(pygame.surfarray.array3d(drawing.screen),
-                                  expected((0, 0, 0), *areas))
+    assert [(None if s is drawing.screen else s.get_size(), x, y) for r, s, x, y in drawing.calls] == calls
+    assert drawing.log == log
+    assert_shows(drawing.screen, *areas)
     scale = 1.5 if calls and calls[-1][0] else 1  # set by the last view drawn
     xscale, yscale = drawing.tam6.view_xscale, drawing.tam6.view_yscale
     assert (xscale, yscale, type(xscale)) == (scale, scale, type(scale))
@@ -144,8 +146,7 @@ def test_a_short_view_visible_ends_the_views(drawing, views, visible, calls, log
 def test_a_port_is_placed_in_16_bits_even_at_the_int_limits(drawing, xport, x):
     # SDL 2's clipping overflowed near the int limits and wrote outside the target
     korvel.Room_Draw(make_room(views=[{**VIEW, **SCALED, "xport": xport}]), drawing.screen)
-    np.testing.assert_array_equal(pygame.surfarray.array3d(drawing.screen),
-                                  expected((0, 0, 0), (max(x, 0), x + 48, 4, 40, FILL)))
+    assert_shows(drawing.screen, (max(x, 0), x + 48, 4, 40, FILL))
 
 
 @pytest.mark.parametrize("x,y,hborder,vborder,expected", [
@@ -156,15 +157,13 @@ def test_a_port_is_placed_in_16_bits_even_at_the_int_limits(drawing, xport, x):
     ("-", 20, 0, 0, (7, 1)),       # an instance without a position: the view stays, then fails
     (40, "-", 0, 0, (7, 1)),
 ])
-def test_a_view_follows_the_first_instance_of_its_object(drawing, x, y, hborder, vborder,
-                                                         expected):
+def test_a_view_follows_the_first_instance_of_its_object(drawing, x, y, hborder, vborder, expected):
     at = {k: v for k, v in dict(x=x, y=y).items() if v != "-"}  # "-": no such attribute
     target = [standins.ObjectInstanceBase(**at)] if x is not None else []
-    drawing.tam6.game.objects = [standins.ObjectRecord(children=[
-        standins.ObjectRecord(),
-        standins.ObjectRecord(children=[standins.ObjectRecord(instances=target)])])]
-    view = dict(VIEW, object=0, xview=7, yview=1, hborder=hborder, vborder=vborder, wview=32,
-                     hview=24, wport=32, hport=24)
+    Obj = standins.ObjectRecord
+    drawing.tam6.game.objects = [Obj(children=[Obj(), Obj(children=[Obj(instances=target)])])]
+    view = dict(VIEW, object=0, xview=7, yview=1, hborder=hborder, vborder=vborder, wview=32, hview=24, wport=32,
+                hport=24)
     room = make_room([System(drawing.log)], views=[view])
     with pytest.raises(AttributeError) if "-" in (x, y) else contextlib.nullcontext():
         korvel.Room_Draw(room, drawing.screen)
@@ -172,12 +171,10 @@ def test_a_view_follows_the_first_instance_of_its_object(drawing, x, y, hborder,
     assert drawing.log == [("ps", -expected[0], -expected[1])]
 
 
-@pytest.mark.parametrize("events,error", [(None, None), ([[]] * 12, None),
-                                          ([[]] * 8, RuntimeError)])
-def test_an_instance_without_draw_code_is_drawn_automatically_from_the_next_frame(
-        drawing, capfd, events, error):
-    sprite = dict(sprite_index=3, image_index=1.5, x=7, y=8, image_xscale=2.0,
-                  image_yscale=0.5, image_angle=90.0, image_blend=0xFF00FF, image_alpha=0.25)
+@pytest.mark.parametrize("events,error", [(None, None), ([[]] * 12, None), ([[]] * 8, RuntimeError)])
+def test_an_instance_without_draw_code_is_drawn_automatically_from_the_next_frame(drawing, capfd, events, error):
+    sprite = dict(sprite_index=3, image_index=1.5, x=7, y=8, image_xscale=2.0, image_yscale=0.5, image_angle=90.0,
+                  image_blend=0xFF00FF, image_alpha=0.25)
     obj = standins.ObjectRecord(events=events)
     if events is None:  # object data without events
         del obj.py_objectdata.events
@@ -230,13 +227,11 @@ def without(name, **attrs):  # an instance lacking `name`
     # views whose backgrounds cannot be drawn draw the rest
     (dict(xport=1, wport=-4), None, RuntimeError, "", ["a"]),  # no such surface
     (dict(xport=1, hport=40000), None, ValueError, "larger than a surface can be", ["a"]),
-    (dict(xport=1, wport=float("inf")), None, ValueError, "larger than a surface can be",
-     ["a"]),
-    ({}, lambda d, r: delattr(d.tam6, "Room_DrawBackgrounds") or standins.register(),
-     RuntimeError, "Room_DrawBackgrounds", ["a"]),
-    ({}, lambda d, r: standins.ObjectInstanceBase(view_enabled=1, drawn_objects=[],
-                                                  view_visible=[1]), TypeError, "", []),
-])
+    (dict(xport=1, wport=float("inf")), None, ValueError, "larger than a surface can be", ["a"]),
+    ({}, lambda d, r: delattr(d.tam6, "Room_DrawBackgrounds") or standins.register(), RuntimeError,
+     "Room_DrawBackgrounds", ["a"]),
+    ({}, lambda d, r: standins.ObjectInstanceBase(view_enabled=1, drawn_objects=[], view_visible=[1]), TypeError,
+     "", [])])
 def test_a_frame_that_cannot_be_drawn_fails(drawing, capfd, view, breakage, error, match, log):
     drawing.tam6.game.backgrounds = [make_background(np.zeros((4, 4, 3), np.uint8))]
     room = make_room([drawing.coded("a"), drawing.coded("c")], [TILE]) if view is None else make_room(
