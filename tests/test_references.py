@@ -74,8 +74,7 @@ def drawing_and_helpers(runtime, screen):
     tamapi.room, tamapi.py_draw_props.color = room, color
     value, grand = object(), object()
     tree = standins.ObjectRecord(children=[standins.ObjectRecord([grand])])
-    obj = type("Slots", (), {"__slots__": ("a",)})()
-    obj.a = value
+    room.creation_code = value  # packed by the room's reduce
 
     def use():
         room.AddInstance(arg, arg)
@@ -87,7 +86,7 @@ def drawing_and_helpers(runtime, screen):
             tamapi.py_draw_props.alpha = alpha
             korvel.draw_rectangle(1.0, 2.0, 9.0, 7.0, outline)
         korvel.TamSprite_from_surface(screen)
-        na.membertuple(obj, ())
+        room.__reduce__()
         na.PushSelf(value)
         na.PopSelf()
         assert na.GetFirstInstance(tree) is grand
