@@ -68,11 +68,12 @@ def test_nested_push_and_pop_restore_self_and_a_bad_stack_raises(runtime, capfd)
         na.PopSelf()
         assert tamapi.self is original and tamapi.py_self_stack == []
     assert capfd.readouterr().err == "Error in PyList_GetItem -1\n"
-    for stack, error in [(None, RuntimeError), ((), TypeError)]:
-        setattr(tamapi, "py_self_stack", stack) if stack is not None else delattr(tamapi, "py_self_stack")
+    del tamapi.py_self_stack
+    for error in (RuntimeError, TypeError):  # missing, then not a list
         standins.register()
         pytest.raises(error, na.PushSelf, a)
         pytest.raises(error, na.PopSelf)
+        tamapi.py_self_stack = ()
 
 
 def test_first_instance():

@@ -8,11 +8,12 @@ import pytest
 
 import korvel
 import standins
+from pixelmodel import noise
 
-GRADIENT_ARGS = {"_v": (0, 0, 4, 4, 1, 2, 255), "s_vc": (0, 0, 4, 4, 1, 2, 0.5, 3, 0.5),
-                 "s_vv": (0, 0, 4, 4, 1, 2, 0.5, 3, 4, 0.5),
-                 "s_vcv": (0, 0, 4, 4, 1, 2, 0.5, 3, 0.5, 4, 5, 0.5),
-                 "s_vcvvc": (0, 0, 4, 4, 1, 2, .5, 3, .5, 4, 5, .5, 6, 7, .5, 8, .5)}
+AREA = (0, 0, 4, 4, 1, 2)  # then the layers' colours, positions and opacities
+GRADIENT_ARGS = {"_v": AREA + (255,), "s_vc": AREA + (.5, 3, .5), "s_vv": AREA + (.5, 3, 4, .5),
+                 "s_vcv": AREA + (.5, 3, .5, 4, 5, .5),
+                 "s_vcvvc": AREA + (.5, 3, .5, 4, 5, .5, 6, 7, .5, 8, .5)}
 SURFACE_CALLS = {  # the calls that take a surface first, with good arguments after it
     **{"fast_draw_gradient" + k: v for k, v in GRADIENT_ARGS.items()},
     "fill_translucent": (0, 0, 4, 4, 0, 128), "flip_h": (), "flip_v": (), "flip_vh": (),
@@ -24,14 +25,7 @@ DEPTH_REFUSED = ["fill_translucent", "flip_h", "flip_vh", *("fast_draw_gradient"
                                                              for k in GRADIENT_ARGS)]
 
 
-def surface(depth=32):
-    s = pygame.Surface((8, 8), 0, depth)
-    s.fill((200, 100, 50))
-    return s
-
-
-def room_with_views():
-    """A room whose view lists draw_rectangle can read."""
+def room_with_views():  # a room whose view lists draw_rectangle can read
     room = korvel.TamRoom()
     for n in ("xview", "yview", "xport", "yport"):
         setattr(room, "view_" + n, korvel.Floatlist8())
@@ -42,8 +36,7 @@ def method(cls, name):
     return lambda *args: getattr(cls(), name)(*args)
 
 
-def reduce_with(cls, field, *value):
-    """Reduces a new cls whose field is emptied, or holds the value given."""
+def reduce_with(cls, field, *value):  # reduces a new cls whose field is emptied, or holds value
     r = cls()
     setattr(r, field, *value) if value else delattr(r, field)
     return r.__reduce__()
@@ -53,7 +46,7 @@ K = korvel
 REFUSALS = [  # (function, arguments, error); arity and number conversions are the host's own
     *[(getattr(K, n), (bad, *rest), TypeError) for n, rest in SURFACE_CALLS.items()
       for bad in NOT_SURFACES],
-    *[(getattr(K, n), (surface(depth), *SURFACE_CALLS[n]), ValueError) for n in DEPTH_REFUSED
+    *[(getattr(K, n), (noise(8, 8, 0, depth), *SURFACE_CALLS[n]), ValueError) for n in DEPTH_REFUSED
       for depth in (8, 16, 24)],
     (K.RegisterInstancesDict, ([], object, object, object), TypeError),
     *[(method(K.TamRoom, m), (), TypeError) for m in ("AddInstance", "AddDrawnInstance")],  # unparsed
