@@ -35,12 +35,8 @@ class ObjectInstanceBase:
         self.__dict__.update(attrs)
 
 
-class ObjectInstanceZero(ObjectInstanceBase):
-    pass
-
-
-class ParticleSystem:
-    pass
+ObjectInstanceZero = type("ObjectInstanceZero", (ObjectInstanceBase,), {})
+ParticleSystem = type("ParticleSystem", (), {})
 
 
 ROOM_HANDLERS = tuple("Room_" + n for n in (

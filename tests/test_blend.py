@@ -6,9 +6,8 @@ import pygame
 import pytest
 
 import korvel
-from pixelmodel import (additive_model, age_alpha, age_tint, blitted, bytewise, particle_type,
-                        random_screen, raw_words, render, shape, surface_like, tint_words,
-                        translucentify)
+from pixelmodel import (additive_model, age_alpha, age_tint, blitted, bytewise, particle_type, random_screen,
+                        raw_words, render, shape, surface_like, tint_words, translucentify)
 
 pytestmark = pytest.mark.kernels  # runs once per pixel-kernel path
 
@@ -28,14 +27,10 @@ def test_additive_clipping(runtime, screen, size, centre, mode, fill):
     parent = pygame.Surface((70, 52), 0, 32)
     before = random_screen(parent, seed=size[1] * 100 + centre[1], value=fill)
     s = shape(*size, seed=size[0], alpha=0x80)
-    korvel.set_SDL_screen(parent.subsurface((2, 1, 64, 48)))
-    try:
-        render(particle_type(s, blend=(mode,)), *centre)
-    finally:
-        korvel.set_SDL_screen(screen)
-    want = before.copy()
-    want[1:49, 2:66] = additive_model(before[1:49, 2:66], raw_words(s), centre[0] - size[0] // 2,
-                                      centre[1] - size[1] // 2)
+    korvel.set_SDL_screen(parent.subsurface((2, 1, 64, 48)))  # the next test's screen fixture stores its own
+    render(particle_type(s, blend=(mode,)), *centre)
+    want, (x, y) = before.copy(), (centre[0] - size[0] // 2, centre[1] - size[1] // 2)
+    want[1:49, 2:66] = additive_model(before[1:49, 2:66], raw_words(s), x, y)
     np.testing.assert_array_equal(raw_words(parent), want)
 
 
@@ -56,10 +51,8 @@ def test_additive_clipping(runtime, screen, size, centre, mode, fill):
 def test_faded_tinted_and_scaled_images(runtime, screen, mode, alphas, zoom, colours, steps):
     s = shape(3 + steps % 2, 2 + (colours is not None), seed=8, alpha=0xC0)
     size, xscale, yscale = zoom
-    t = particle_type(s, blend=(mode,), scale=(xscale, yscale),
-                      **({"color3": colours} if colours else {}))
-    p = korvel.CParticle_new_size_color(t, 20, 20, size, WHITE) if alphas else \
-        korvel.CParticle_new(t, 20, 20)
+    t = particle_type(s, blend=(mode,), scale=(xscale, yscale), **({"color3": colours} if colours else {}))
+    p = korvel.CParticle_new_size_color(t, 20, 20, size, WHITE) if alphas else korvel.CParticle_new(t, 20, 20)
     if alphas:
         getattr(korvel, "part_type_alpha%d" % len(alphas))(t, *alphas)
     else:  # a later change of the type does not reach the particle
@@ -84,8 +77,7 @@ def test_faded_tinted_and_scaled_images(runtime, screen, mode, alphas, zoom, col
 def faded(before, image, screen, mode, zoom, a, x, y):
     if zoom == (1, 1, 1) or a < 255 and mode:
         less = ~(a | a << 8 | a << 16 | a << 24) if zoom == (1, 1, 1) else (255 - a) * 0x01010101
-        image = bytewise(np.subtract, raw_words(surface_like(image).convert(screen)),
-                         less & 0xFFFFFFFF)
+        image = bytewise(np.subtract, raw_words(surface_like(image).convert(screen)), less & 0xFFFFFFFF)
     elif a < 255:
         image = translucentify(image, a)
     return additive_model(before, image, x, y) if mode else blitted(before, surface_like(image), x, y)

@@ -10,8 +10,7 @@ from pixelmodel import fill_mix, raw_words
 
 # View 1 shows (10, 5) to (42, 21) of the room in the whole 64 x 48 screen,
 # shifted by its port (4, 2): the view scale is 2 across and 3 down.
-VIEW = dict(xview=10, yview=5, object=-1, hborder=0, vborder=0, wview=32, hview=16,
-            xport=4, yport=2, wport=64, hport=48)
+VIEW = dict(xview=10, yview=5, object=-1, hborder=0, vborder=0, wview=32, hview=16, xport=4, yport=2, wport=64, hport=48)
 
 
 class RecordingScreen(pygame.Surface):
@@ -36,10 +35,8 @@ def scaled_room():
 
 @pytest.fixture
 def world(runtime, screen):
-    _, tamapi = runtime
-    rect = standins.Recorder("rect")
-    tamapi.pygame = types.SimpleNamespace(draw=types.SimpleNamespace(rect=rect),
-                                          Surface=pygame.Surface)
+    tamapi, rect = runtime[1], standins.Recorder("rect")
+    tamapi.pygame = types.SimpleNamespace(draw=types.SimpleNamespace(rect=rect), Surface=pygame.Surface)
     standins.register()
     tamapi.room = room = scaled_room()
     korvel.Room_Draw(room, screen)
@@ -62,8 +59,7 @@ def mapped(x, y):
 # corners mapped through the view and rounded half away from zero.
 # Translucent: the runtime's integer colour used as pixel lanes, not mapped.
 @pytest.mark.parametrize("corners,outline,alpha,weight", [
-    *[((10, 5, 20, 15), o, 1.0, None)
-      for o in (None, 0.0, 0.49, -0.49, float("nan"), 1.0, 0.5, -0.5, -3.0)],
+    *[((10, 5, 20, 15), o, 1.0, None) for o in (None, 0.0, 0.49, -0.49, float("nan"), 1.0, 0.5, -0.5, -3.0)],
     ((12.25, 5.5, 13.75, 6.5), None, 1.0, None), ((-2.25, -0.5, 0.0, 0.0), None, 1.0, None),
     *[((10.4, 5.2, 20, 15), o, a, w) for o in (0.0, 0.5)
       for a, w in [(0.5, 127), (0.0, 0), (-2.0, 0), (1.5, 382 & 0xFF), (0.999, 254)]]])
@@ -86,8 +82,7 @@ def test_rectangles_fill_mix_or_go_to_pygame_draw_rect(world, corners, outline, 
 
 # Draw properties whose colour closes the display when it is read (pygame's own
 # draw.rect crashed on a Surface whose display was closed).
-ClosingProps = type("ClosingProps", (), {
-    "alpha": 1.0, "color": property(lambda self: pygame.display.quit() or (255, 0, 0))})
+ClosingProps = type("ClosingProps", (), {"alpha": 1.0, "color": property(lambda s: pygame.display.quit() or (255, 0, 0))})
 
 
 # A translucent outline is refused; a failing fill or draw.rect reports and
@@ -95,11 +90,9 @@ ClosingProps = type("ClosingProps", (), {
 @pytest.mark.parametrize("change,error,line,outline", [
     *[(lambda w: setattr(w.tamapi.py_draw_props, "alpha", 0.5), SystemError,
        "Can't do alphablending on outline rectangles yet.\n", o) for o in (1.0, 0.51, -0.5)],
-    (lambda w: setattr(w.screen, "error", ValueError("no")), ValueError,
-     "An error occurred filling surface.\n", 0),
+    (lambda w: setattr(w.screen, "error", ValueError("no")), ValueError, "An error occurred filling surface.\n", 0),
     (lambda w: setattr(w.rect, "result", ValueError("no")), ValueError,
-     "An error occurred calling pygame.draw.rect(screen,color,"
-     "4.000000,2.000000,20.000000,30.000000,1).\n", 1),
+     "An error occurred calling pygame.draw.rect(screen,color,4.000000,2.000000,20.000000,30.000000,1).\n", 1),
     *[(change, error, None, 0) for change, error in [
         (lambda w: setattr(w.tamapi, "room", None), AttributeError),
         (lambda w: setattr(w.room, "view_current", 8), IndexError),

@@ -66,7 +66,8 @@ def test_flattening(screen, alpha):
 
 @pytest.mark.parametrize("make,kw,error,message", [
     (lambda f: sprite(f), dict(subimg=3), IndexError, "sequence error.\n"),
-    (lambda f: sprite(f), dict(w=-8, cache=None), TypeError, "Error storing item in scalecache.\n"),
+    (lambda f: setattr(s := sprite(f), "scalecache", None) or s, dict(w=-8), TypeError,
+     "Error storing item in scalecache.\n"),
     (lambda f: korvel.BackgroundData(), {}, TypeError, ""),             # not a TamSprite
     (lambda f: sprite("frame"), {}, TypeError, ""),                     # frame not a Surface
     (lambda f: sprite(noise(8, 6, 0, 16)), {"w": -8}, ValueError, ""),  # 16-bit mirror
@@ -74,9 +75,6 @@ def test_flattening(screen, alpha):
     (lambda f: sprite(f), {"w": -2**31}, MemoryError, ""),
     (lambda f: sprite(pygame.Surface((0, 6), 0, 32)), {"clockwise": 30}, ValueError, "")])
 def test_unusable_requests_raise(frame, capfd, make, kw, error, message):
-    spr = make(frame)
-    if "cache" in kw:
-        spr.scalecache = kw.pop("cache")
     with pytest.raises(error):
-        add(spr, **kw)
+        add(make(frame), **kw)
     assert not message or capfd.readouterr().err == message

@@ -22,8 +22,7 @@ def adding(n):  # an addend whose sum is a variable, stored as its scalar
 
 
 @settings(max_examples=60, deadline=None)
-@given(st.lists(st.tuples(st.sampled_from(["write", "read", "add", "init"]), keys, st.integers(-5, 99)),
-                max_size=15))
+@given(st.lists(st.tuples(st.sampled_from(["write", "read", "add", "init"]), keys, st.integers(-5, 99)), max_size=15))
 def test_cells_follow_a_dict_model(steps):
     v, cells, filled = TamVar(7), {(0, 0): 7}, {(0, 0)}
     for action, (i, j, form), value in steps:
@@ -78,8 +77,7 @@ def classic_div(a, b):
     return a // b if isinstance(a, int) and isinstance(b, int) else a / b
 
 
-OPS = [operator.add, operator.sub, operator.mod, operator.and_, operator.xor, operator.or_,
-       classic_div, operator.lt, operator.le, operator.eq, operator.ne, operator.gt, operator.ge]
+OPS = [getattr(operator, n) for n in "add sub mod and_ xor or_ lt le eq ne gt ge".split()] + [classic_div]
 
 
 @pytest.mark.parametrize("a,b", [(7, 3), (-7, 2), (2.5, 0), (True, -0.5), (3, 0), ("ab", "c"),
