@@ -100,7 +100,7 @@ def stores(runtime, screen):
         before = [sys.getrefcount(o) for o in objects]
         korvel.set_SDL_screen(objects[1])
         korvel.RegisterInstancesDict(*objects[2:])
-        pytest.raises(TypeError, korvel.RegisterInstancesDict, 1, 2, 3)
+        pytest.raises(TypeError, korvel.RegisterInstancesDict, [], *objects[3:])  # not a dict
         assert [sys.getrefcount(o) for o in objects] == [
             before[0] - 1, before[1] + 1, *(n + 1 for n in before[2:])]
         korvel.set_SDL_screen(screen)

@@ -48,7 +48,6 @@ REFUSALS = [  # (function, arguments, error); arity and number conversions are t
       for bad in NOT_SURFACES],
     *[(getattr(K, n), (noise(8, 8, 0, depth), *SURFACE_CALLS[n]), ValueError) for n in DEPTH_REFUSED
       for depth in (8, 16, 24)],
-    (K.RegisterInstancesDict, ([], object, object, object), TypeError),
     *[(method(K.TamRoom, m), (), TypeError) for m in ("AddInstance", "AddDrawnInstance")],  # unparsed
     # particle functions take only particles
     *[(f, (bad, *rest), TypeError) for f, rest in [
