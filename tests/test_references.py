@@ -56,7 +56,7 @@ def particles(runtime, screen):
         korvel.part_type_sprite(pt, sprite, 0.0, 0.0, 0.0)
         korvel.part_type_shape(pt, surface)
         korvel.part_type_sprite(pt, sprite, 1.0, 1.0, 0.0)
-        ps = [korvel.CParticle_new(pt, 0.0, 0.0) for _ in range(5)]  # alive while counted
+        ps = [korvel.CParticle_new(pt, 0.0, 0.0) for _ in range(5)]  # each moved to a second counter
         for p in ps:
             korvel.CParticle_attach_beancounter(p, first)
             korvel.CParticle_attach_beancounter(p, second)
