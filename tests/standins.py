@@ -39,18 +39,15 @@ ObjectInstanceZero = type("ObjectInstanceZero", (ObjectInstanceBase,), {})
 ParticleSystem = type("ParticleSystem", (), {})
 
 
-ROOM_HANDLERS = tuple("Room_" + n for n in (
-    "Compile Create InitializeBackgrounds AddInstance AddDrawnInstance ResortDrawnObjects "
-    "SetBackgroundIndex StepAlarms MoveInstances HandleCollisions StepEvents DrawBackgrounds "
-    "RenderBackground Leave MouseButtonDown MouseButtonUp HandleKeyrelease HandleKeypress").split())
+ROOM_HANDLERS = tuple("Room_" + n for n in """Compile Create InitializeBackgrounds AddInstance AddDrawnInstance
+    ResortDrawnObjects SetBackgroundIndex StepAlarms MoveInstances HandleCollisions StepEvents DrawBackgrounds
+    RenderBackground Leave MouseButtonDown MouseButtonUp HandleKeyrelease HandleKeypress""".split())
 HANDLERS = ROOM_HANDLERS + ("SpriteData_load_images", "BackgroundData_load_images")
 
 
 def modules():
     # The two runtime modules, registered in sys.modules on first use.
-    tam6 = sys.modules.setdefault("tam6", types.ModuleType("tam6"))
-    tamapi = sys.modules.setdefault("tamapi", types.ModuleType("tamapi"))
-    return tam6, tamapi
+    return tuple(sys.modules.setdefault(name, types.ModuleType(name)) for name in ("tam6", "tamapi"))
 
 
 def reset():

@@ -10,7 +10,8 @@ from pixelmodel import fill_mix, raw_words
 
 # View 1 shows (10, 5) to (42, 21) of the room in the whole 64 x 48 screen,
 # shifted by its port (4, 2): the view scale is 2 across and 3 down.
-VIEW = dict(xview=10, yview=5, object=-1, hborder=0, vborder=0, wview=32, hview=16, xport=4, yport=2, wport=64, hport=48)
+VIEW = dict(xview=10, yview=5, object=-1, hborder=0, vborder=0, wview=32, hview=16, xport=4, yport=2, wport=64,
+            hport=48)
 
 
 class RecordingScreen(pygame.Surface):
@@ -82,7 +83,8 @@ def test_rectangles_fill_mix_or_go_to_pygame_draw_rect(world, corners, outline, 
 
 # Draw properties whose colour closes the display when it is read (pygame's own
 # draw.rect crashed on a Surface whose display was closed).
-ClosingProps = type("ClosingProps", (), {"alpha": 1.0, "color": property(lambda s: pygame.display.quit() or (255, 0, 0))})
+ClosingProps = type("ClosingProps", (), {"alpha": 1.0,
+                                         "color": property(lambda s: pygame.display.quit() or (255, 0, 0))})
 
 
 # A translucent outline is refused; a failing fill or draw.rect reports and

@@ -50,7 +50,6 @@ def test_flips_of_surfaces_without_pixels(capfd, name, line, size, depth):
 @pytest.mark.parametrize("depth", [8, 32])
 def test_scale(depth):
     s = pygame.Surface((10, 7), 0, depth)
-    s.fill((40, 120, 200))
     assert korvel.scale(s, 2.0, 2.0).get_colorkey() is None
     s.set_colorkey(s.map_rgb((40, 120, 200)))
     for factors, size in [((2.0, 2.0), (20, 14)), ((0.5, 1.0), (5, 7)), ((0.26, 3.0), (3, 21)),

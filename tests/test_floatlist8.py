@@ -7,10 +7,9 @@ import pytest
 from hypothesis import given, settings
 from hypothesis import strategies as st
 
-import korvel
+from korvel import Floatlist8, TamVar
 from standins import fl8
 
-Floatlist8 = korvel.Floatlist8
 ARITHMETIC = [operator.add, operator.sub, operator.mul, operator.truediv]
 COMPARISONS = [operator.lt, operator.le, operator.eq, operator.ne, operator.gt, operator.ge]
 numbers = st.one_of(st.floats(), st.integers(-2**60, 2**60), st.booleans(), st.just("2"),
@@ -29,9 +28,7 @@ def ieee(op, a, b):  # op on doubles, a zero divisor giving the IEEE result inst
 
 # Whole values as 32-bit integers (beyond them the processor's truncation result), others "%f".
 def printed(x):
-    if math.isnan(x) or math.isfinite(x) and x % 1:
-        return "%f"
-    return str(int(x) if -2**31 <= x < 2**31 else -2**31)
+    return "%f" if math.isnan(x) or math.isfinite(x) and x % 1 else str(int(x) if -2**31 <= x < 2**31 else -2**31)
 
 
 def threeway(a, b):
@@ -41,7 +38,7 @@ def threeway(a, b):
 @settings(max_examples=150, deadline=None)
 @given(st.lists(st.tuples(st.integers(-8, 7), numbers), max_size=10), numbers,
        st.sampled_from(ARITHMETIC + COMPARISONS + ["isub"]), st.booleans(),
-       st.sampled_from([lambda x: x, lambda x: fl8(x, 9.0), korvel.TamVar]))
+       st.sampled_from([lambda x: x, lambda x: fl8(x, 9.0), TamVar]))
 def test_items_and_operations_follow_a_list_of_eight_floats(writes, other, op, reflected, wrap):
     fl, model = Floatlist8(), [0.0] * 8
     for k, x in writes:

@@ -17,9 +17,8 @@ Numbered = type("Numbered", (standins.ObjectInstanceBase,),
 
 
 # Each form names an instance: itself, in a variable, or by its number in any spelling.
-FORMS = [lambda inst, n: inst, lambda inst, n: TamVar(inst), lambda inst, n: n,
-         lambda inst, n: str(n), lambda inst, n: n + 0.9, lambda inst, n: TamVar(n),
-         lambda inst, n: Numbered(n)]
+FORMS = [lambda inst, n: inst, lambda inst, n: TamVar(inst), lambda inst, n: n, lambda inst, n: str(n),
+         lambda inst, n: n + 0.9, lambda inst, n: TamVar(n), lambda inst, n: Numbered(n)]
 names = st.tuples(st.integers(0, 2), st.sampled_from(FORMS)) | st.sampled_from([99, "seven", None, object()])
 
 

@@ -39,13 +39,11 @@ def test_a_room_is_zeroed_and_visits_and_releases_its_object_fields_in_their_ord
 
 
 # method, arguments, what the runtime's Room_<method> receives after the room
-FORWARDED = [(m, (), ()) for m in "Create InitializeBackgrounds ResortDrawnObjects StepAlarms "
-             "MoveInstances HandleCollisions StepEvents RenderBackground Leave".split()] + [
-    ("Compile", (1, 2, 3), ()), ("AddInstance", ("inst", "extra"), ("inst",)),
-    ("AddDrawnInstance", ("inst",), ("inst",)), ("SetBackgroundIndex", ("a", "b"), ("a", "b")),
-    ("DrawBackgrounds", ("surface", 1, 2.5), ("surface", 1, 2.5)),
-] + [(m, ("ev",), ("ev",)) for m in "MouseButtonDown MouseButtonUp HandleKeyrelease "
-     "HandleKeypress".split()]
+FORWARDED = [(m, (), ()) for m in "Create InitializeBackgrounds ResortDrawnObjects StepAlarms MoveInstances "
+             "HandleCollisions StepEvents RenderBackground Leave".split()] + [
+    ("Compile", (1, 2, 3), ()), ("AddInstance", ("inst", "extra"), ("inst",)), ("AddDrawnInstance", ("i",), ("i",)),
+    ("SetBackgroundIndex", ("a", "b"), ("a", "b")), ("DrawBackgrounds", ("surface", 1, 2.5), ("surface", 1, 2.5))] + [
+    (m, ("ev",), ("ev",)) for m in "MouseButtonDown MouseButtonUp HandleKeyrelease HandleKeypress".split()]
 
 
 def test_room_methods_forward_to_the_runtime(runtime):

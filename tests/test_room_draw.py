@@ -104,8 +104,7 @@ def test_without_views_backgrounds_then_tiles_then_instances_are_drawn(drawing):
         pixels[x:x + part.shape[0], y:y + part.shape[1]] = part
     pixels[9:11, 9:11], pixels[62:64, 47:48] = (0, 255, 0), (255, 255, 0)
     np.testing.assert_array_equal(pygame.surfarray.array3d(drawing.screen), pixels)
-    assert drawing.calls == [(room, drawing.screen, 0, 0)]
-    assert drawing.log == ["a", "b"] and room.view_current == 0
+    assert (drawing.calls, drawing.log, room.view_current) == ([(room, drawing.screen, 0, 0)], ["a", "b"], 0)
     del drawing.tamapi.game  # a room without tiles never asks for it
     assert korvel.Room_Draw(make_room(), drawing.screen) is None
 

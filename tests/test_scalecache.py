@@ -9,7 +9,6 @@ import nativeapi
 from pixelmodel import noise, pixels
 
 WHITE = 0x00FFFFFF  # COLOR_WHITE of the XRGB test screen
-R = korvel.rotoscale
 
 
 def sprite(*frames):
@@ -33,7 +32,7 @@ def opacity_model(f):
 
 
 def turned(*steps):  # rotozooms without smoothing, each (x zoom, y zoom, angle)
-    return lambda f: pixels(functools.reduce(lambda g, step: R(g, *step), steps, f))
+    return lambda f: pixels(functools.reduce(lambda g, step: korvel.rotoscale(g, *step), steps, f))
 
 
 @pytest.mark.parametrize("kw,model", [
