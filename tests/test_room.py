@@ -9,7 +9,6 @@ import warnings
 import pytest
 
 import korvel
-import standins
 from test_pickling import ROOM_INTS, ROOM_ORDER, VIEW
 
 OBJECT_FIELDS = [n for n in ROOM_ORDER if n not in ROOM_INTS and n != "frame_duration"]
