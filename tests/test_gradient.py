@@ -1,7 +1,7 @@
 import numpy as np
 import pygame
 import pytest
-from hypothesis import given, settings
+from hypothesis import example, given, settings
 from hypothesis import strategies as st
 
 import korvel
@@ -57,12 +57,18 @@ coords = st.integers(-110, 60)
 # min(x2, w - 1)) (the layered functions compare their right and bottom edges
 # unsigned). The gradients here are flat: their steps are checked natively.
 @settings(max_examples=200, deadline=None)
-@given(st.sampled_from(sorted(LAYOUTS)), st.sampled_from([0, pygame.SRCALPHA]), st.tuples(*[coords] * 4), st.data())
-def test_gradients_match_the_model(name, flags, rect, data):
+@given(st.sampled_from(sorted(LAYOUTS)), st.sampled_from([0, pygame.SRCALPHA]), st.tuples(*[coords] * 4),
+       st.lists(st.integers(0, 2**32 - 1), min_size=5, max_size=5), st.lists(OPACITIES, min_size=5, max_size=5),
+       st.integers(-300, 600))
+# every weight of five layers and of the screen below them at once, which random draws
+# reach only now and then
+@example("vcvvc", 0, (3, 2, 30, 18), [0x123456, 0x654321, 0xABCDEF, 0x0F0F0F, 0xF0F0F0],
+         [0.5, 0.25, 0.75, 0.3, 0.25], 0)
+def test_gradients_match_the_model(name, flags, rect, words, opacities, level):
     parent = noise(41, 24, flags, seed=rect[0] & 0xFF)
     s, want, args = parent.subsurface((2, 1, 37, 21)), raw_words(parent), []
-    words = [data.draw(st.integers(0, 2**32 - 1)) for _ in LAYOUTS[name]]
-    alphas = [data.draw(st.integers(-300, 600) if name == "v" else OPACITIES) for _ in words]
+    words = words[:len(LAYOUTS[name])]
+    alphas = [level] if name == "v" else opacities[:len(words)]
     for kind, word, a in zip(LAYOUTS[name], words, alphas):
         args += [word] * (1 + (kind == "g")) + [a]
     getattr(korvel, "fast_draw_gradient%s_%s" % ("" if name == "v" else "s", name))(s, *rect, *args)
