@@ -35,8 +35,12 @@ class ObjectInstanceBase:
         self.__dict__.update(attrs)
 
 
-ObjectInstanceZero = type("ObjectInstanceZero", (ObjectInstanceBase,), {})
-ParticleSystem = type("ParticleSystem", (), {})
+class ObjectInstanceZero(ObjectInstanceBase):
+    pass
+
+
+class ParticleSystem:
+    pass
 
 
 ROOM_HANDLERS = tuple("Room_" + n for n in """Compile Create InitializeBackgrounds AddInstance AddDrawnInstance

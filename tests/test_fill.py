@@ -18,7 +18,8 @@ coords = st.integers(-60, 60)
        st.tuples(*[coords] * 4), st.sampled_from([0x00C08040, 0x7FFFFFFF, 0x123456, 0x00FF00FF]), st.integers(0, 400))
 def test_fill_matches_the_model(flags, w, h, sub, rect, color, alpha):
     parent = noise(w + 5 * sub, h + 2 * sub, flags, seed=w * 100 + h)
-    s, want = parent.subsurface((3, 1, w, h)) if sub else parent, raw_words(parent)
+    s = parent.subsurface((3, 1, w, h)) if sub else parent
+    want = raw_words(parent)
     korvel.fill_translucent(s, *rect, color, alpha)
     xe, ye, x1, y1 = min(rect[2], w - 1), min(rect[3], h - 1), max(rect[0], 0), max(rect[1], 0)
     dx, dy = (3, 1) if sub else (0, 0)

@@ -28,7 +28,9 @@ def ieee(op, a, b):  # op on doubles, a zero divisor giving the IEEE result inst
 
 # Whole values as 32-bit integers (beyond them the processor's truncation result), others "%f".
 def printed(x):
-    return "%f" if math.isnan(x) or math.isfinite(x) and x % 1 else str(int(x) if -2**31 <= x < 2**31 else -2**31)
+    if math.isnan(x) or math.isfinite(x) and x % 1:
+        return "%f"
+    return str(int(x) if -2**31 <= x < 2**31 else -2**31)
 
 
 def threeway(a, b):

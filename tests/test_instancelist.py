@@ -23,9 +23,10 @@ names = st.tuples(st.integers(0, 2), st.sampled_from(FORMS)) | st.sampled_from([
 
 
 def change(il, model, instances, name, call, where):
-    if call == "assign" and not model:  # the sequence slot resolves too; outside the list: see below
-        return
-    where = where % len(model) if call == "assign" else where
+    if call == "assign":  # the sequence slot resolves too; outside the list: see below
+        if not model:
+            return
+        where %= len(model)
     method = {"append": il.append, "remove": il.remove, "insert": lambda v: il.insert(where, v),
               "assign": lambda v: il.__setitem__(where, v)}[call]
     if not isinstance(name, tuple):  # an unknown number fails without an exception in two calls
@@ -76,7 +77,9 @@ def test_item_assignment_outside_the_list_or_whose_lookup_shortens_it_changes_no
             return 7
     pytest.raises(IndexError, il.__setitem__, 1, Shrinking())  # the index checked again when storing
     assert il == []
+    # deletion through the sequence slot, and subscript assignment, are the host list's:
+    # nothing is resolved
     il[:] = [a, a]
-    il.__delitem__(0)  # deletion through the sequence slot, and subscript assignment, are the
-    il[0] = 8  # host list's: nothing is resolved
+    il.__delitem__(0)
+    il[0] = 8
     assert list(il) == [8]

@@ -101,11 +101,19 @@ def test_a_variable_that_holds_itself_or_loses_element_0_mid_call():
     v = TamVar(0)
     v[0] = (v,)
     pytest.raises(RecursionError, hash, v)
-    # calls and attributes go to element 0, which a call or comparison may replace
-    Thing = type("Thing", (), {"size": 3, "__hash__": object.__hash__,
-                               "__eq__": lambda s, o: operator.setitem(v, 0, 2) or True,
-                               "__call__": lambda s, *args, **kw: operator.setitem(v, 0, 1) or (args, kw, s.size)})
-    v[0] = Thing()
+
+    class Thing:
+        size, __hash__ = 3, object.__hash__
+
+        def __call__(self, *args, **kwds):
+            v[0] = 1  # drops the variable's reference to this object
+            return args, kwds, self.size
+
+        def __eq__(self, other):
+            v[0] = 2
+            return True
+
+    v[0] = Thing()  # calls and attributes go to element 0
     v.colour = "red"
     assert v[0].colour == "red" and v.size == 3 and v.__class__ is Thing
     del v.colour
