@@ -29,7 +29,6 @@ def _fn(symbol, restype, *argtypes):
     return call
 
 
-seqi = _fn("seqi", ctypes.c_long, O, ctypes.c_ssize_t)
 membertuple = _fn("membertuple", O, O, O)
 load_membertuple = _fn("load_membertuple", O, O, O)
 color_as_int = _fn("color_as_int", ctypes.c_long, O)

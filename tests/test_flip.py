@@ -54,22 +54,5 @@ def test_scale(depth):
     s.set_colorkey(s.map_rgb((40, 120, 200)))
     for factors, size in [((2.0, 2.0), (20, 14)), ((0.5, 1.0), (5, 7)), ((0.26, 3.0), (3, 21)),
                           ((0.0, 1.0), (1, 7)), ((-1.0, 1.0), (10, 7))][:4 if depth == 8 else 5]:
-        r = korvel.scale(s, *factors)  # 8-bit mirrors are refused below
+        r = korvel.scale(s, *factors)  # 8-bit mirrors are refused: see test_refusals.py
         assert (r.get_size(), r.get_colorkey()[:3]) == (size, s.get_colorkey()[:3])
-
-
-# Sizes past memory or int range, NaN or infinite factors, empty surfaces.
-@pytest.mark.parametrize("call,error", [
-    (lambda s: korvel.scale(s, 1e4, 1e4), MemoryError), (lambda s: korvel.scale(s, 3e38, 1.0), MemoryError),
-    (lambda s: korvel.rotoscale(s, 1e9, 1e9, 30.0), MemoryError),
-    (lambda s: korvel.rotoscale(s, 5e4, 2.0, 0.0), MemoryError),
-    (lambda s: korvel.scale(s, np.nan, 1.0), ValueError), (lambda s: korvel.scale(s, 1.0, np.inf), ValueError),
-    (lambda s: korvel.rotoscale(s, float("inf"), 1.0, 10.0), ValueError),
-    (lambda s: korvel.scale(pygame.Surface((0, 5), 0, 32), 2.0, 2.0), ValueError),
-    (lambda s: korvel.rotoscale(pygame.Surface((5, 0), 0, 32), 1.0, 1.0, 45.0), ValueError),
-    # guard: SDL_gfx would read outside an 8-bit source it mirrors
-    (lambda s: korvel.scale(pygame.Surface((4, 4), 0, 8), -1.0, 1.0), ValueError),
-    (lambda s: korvel.rotoscale(pygame.Surface((4, 4), 0, 8), 1.0, -2.0, 0.0), ValueError)])
-def test_unusable_transforms_raise(call, error):
-    with pytest.raises(error):
-        call(noise(64, 48))

@@ -1,12 +1,14 @@
 """Every refusal of a careless call, one table: the call, the error it raises; the screen and
 every surface passed come out unchanged."""
 import datetime
+import math
 import textwrap
 
 import pygame
 import pytest
 
 import korvel
+import nativeapi as na
 import standins
 from pixelmodel import noise
 
@@ -21,6 +23,7 @@ SURFACE_CALLS = {  # the calls that take a surface first, with good arguments af
     "set_SDL_screen": ()}
 NOT_SURFACES = [None, "surface", pygame.Rect(0, 0, 2, 2),
                 DEAD := pygame.Surface.__new__(pygame.Surface)]  # no SDL surface inside
+PICTURE = noise(64, 48)  # to transform
 DEPTH_REFUSED = ["fill_translucent", "flip_h", "flip_vh", *("fast_draw_gradient" + k
                                                              for k in GRADIENT_ARGS)]
 
@@ -55,6 +58,23 @@ REFUSALS = [  # (function, arguments, error); arity and number conversions are t
         (K.CParticle_attach_beancounter, (K.Beancounter(),))]
       for bad in [3, None, K.part_type_create(), datetime.datetime_CAPI]],
     (lambda: K.Floatlist8(x=1), (), TypeError),
+    # sizes past memory or int range, NaN or infinite factors, empty surfaces; SDL_gfx
+    # would read outside an 8-bit source it mirrors
+    (K.scale, (PICTURE, 1e4, 1e4), MemoryError), (K.scale, (PICTURE, 3e38, 1.0), MemoryError),
+    (K.rotoscale, (PICTURE, 1e9, 1e9, 30.0), MemoryError), (K.rotoscale, (PICTURE, 5e4, 2.0, 0.0), MemoryError),
+    (K.scale, (PICTURE, math.nan, 1.0), ValueError), (K.scale, (PICTURE, 1.0, math.inf), ValueError),
+    (K.rotoscale, (PICTURE, math.inf, 1.0, 10.0), ValueError), (K.scale, (noise(0, 5), 2.0, 2.0), ValueError),
+    (K.rotoscale, (noise(5, 0), 1.0, 1.0, 45.0), ValueError), (K.scale, (noise(4, 4, 0, 8), -1.0, 1.0), ValueError),
+    (K.rotoscale, (noise(4, 4, 0, 8), 1.0, -2.0, 0.0), ValueError),
+    # a resource's number is its position in the game's list: a game or list that is
+    # missing, or a list that is neither list nor tuple, fails the conversion
+    *[(lambda b: b(standins.modules()[0]) or int(K.BackgroundData()), (b,), e) for b, e in [
+        (lambda tam6: delattr(tam6, "game"), AttributeError),
+        (lambda tam6: delattr(tam6.game, "backgrounds"), AttributeError),
+        (lambda tam6: setattr(tam6.game, "backgrounds", {1: 2}), TypeError)]],
+    *[(na.color_as_int, (o,), TypeError) for o in [(1, "g", 3), 2.5, None]],  # not a colour
+    (lambda o: o.children.append(o) or na.GetFirstInstance(o), (standins.ObjectRecord(),),
+     RecursionError),  # a game object among its own children
     # states that cannot be restored
     *[(method(c, "__setstate__"), s, e) for c, s, e in [
         (K.TamSprite, (tuple(range(16)),), IndexError),  # no frame count

@@ -23,7 +23,7 @@ COMPARED = {3: [False, True, True, False, False, True], 4.9: [True, True, False,
 @pytest.mark.parametrize("game", [list, tuple])
 def test_conversions_and_comparison_by_position_in_the_game_list(runtime, capfd, cls, game_list, game):
     items = [cls() for _ in range(5)]
-    setattr(runtime[0].game, game_list, game(items))  # a broken game list: see test_conversions.py
+    setattr(runtime[0].game, game_list, game(items))  # a broken game list: see test_refusals.py
     for convert, want in ((int, 2), (float, 2.0), (str, "2")):
         assert convert(items[2]) == want and type(convert(items[2])) is type(want)
         if convert is str and cls is not korvel.TamSprite:
