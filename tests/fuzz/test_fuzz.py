@@ -215,14 +215,6 @@ def fuzz_runtime(screen):
     fresh_example()
 
 
-@pytest.fixture(autouse=True, scope="module")
-def final_collection():
-    """The collector visits what the fuzzing left (a full collection a test costs more than
-    the test, and the automatic ones run meanwhile)."""
-    yield
-    gc.collect()
-
-
 def attempt(f, *args):
     """f's result, or None for an Exception (dropped: its traceback holds the arguments)."""
     try:
