@@ -58,14 +58,15 @@ REFUSALS = [  # (function, arguments, error); arity and number conversions are t
         (K.CParticle_attach_beancounter, (K.Beancounter(),))]
       for bad in [3, None, K.part_type_create(), datetime.datetime_CAPI]],
     (lambda: K.Floatlist8(x=1), (), TypeError),
-    # sizes past memory or int range, NaN or infinite factors, empty surfaces; SDL_gfx
-    # would read outside an 8-bit source it mirrors
+    # sizes past memory or int range, NaN or infinite factors, 8-bit sources mirrored
+    # (SDL_gfx would read outside them), empty surfaces
     (K.scale, (PICTURE, 1e4, 1e4), MemoryError), (K.scale, (PICTURE, 3e38, 1.0), MemoryError),
     (K.rotoscale, (PICTURE, 1e9, 1e9, 30.0), MemoryError), (K.rotoscale, (PICTURE, 5e4, 2.0, 0.0), MemoryError),
     (K.scale, (PICTURE, math.nan, 1.0), ValueError), (K.scale, (PICTURE, 1.0, math.inf), ValueError),
-    (K.rotoscale, (PICTURE, math.inf, 1.0, 10.0), ValueError), (K.scale, (noise(0, 5), 2.0, 2.0), ValueError),
-    (K.rotoscale, (noise(5, 0), 1.0, 1.0, 45.0), ValueError), (K.scale, (noise(4, 4, 0, 8), -1.0, 1.0), ValueError),
+    (K.rotoscale, (PICTURE, math.inf, 1.0, 10.0), ValueError), (K.scale, (noise(4, 4, 0, 8), -1.0, 1.0), ValueError),
     (K.rotoscale, (noise(4, 4, 0, 8), 1.0, -2.0, 0.0), ValueError),
+    (K.scale, (pygame.Surface((0, 5), 0, 32), 2.0, 2.0), ValueError),
+    (K.rotoscale, (pygame.Surface((5, 0), 0, 32), 1.0, 1.0, 45.0), ValueError),
     # a resource's number is its position in the game's list: a game or list that is
     # missing, or a list that is neither list nor tuple, fails the conversion
     *[(lambda b: b(standins.modules()[0]) or int(K.BackgroundData()), (b,), e) for b, e in [
